@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+
+#include "qorutil/exception.h"
+
+#include <cstring>
+#include <ostream>
+
+QorException::QorException(int errnum, const char* text) noexcept
+    : std::ostringstream(text, std::ios_base::out | std::ios_base::ate),
+      errorNumber(errnum) {
+  addError(errnum);
+}
+
+QorException::~QorException() = default;
+
+void QorException::addError(int errnum) {
+  if (errnum != 0) {
+    *this << ": " << std::strerror(errnum);
+  }
+}
+
+const char* QorException::what() const noexcept {
+  whatText = str();
+  return whatText.c_str();
+}
+
+int QorException::getErrorNumber() const noexcept {
+  return errorNumber;
+}
+
+std::ostream& operator<<(std::ostream& os, const QorException& exception) {
+  return os << exception.str();
+}
+
+std::ostream& operator<<(std::ostream& os,
+                         const QorSimpleException& exception) {
+  return os << exception.message;
+}

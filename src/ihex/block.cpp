@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+
+#include "qorutil/intelhex.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+
+#include <unistd.h>
+
+IntelHexFileBlock::IntelHexFileBlock() = default;
+
+IntelHexFileBlock::IntelHexFileBlock(IntelHexFileBlock& other)
+    : data(other.data),
+      extAddress(other.extAddress),
+      address(other.address),
+      size(other.size) {}
+
+IntelHexFileBlock::~IntelHexFileBlock() {
+  clear();
+}
+
+IntelHexFileBlock* IntelHexFileBlock::clone() {
+  return new IntelHexFileBlock(*this);
+}
+
+void IntelHexFileBlock::clear() {
+  data.clear();
+  size = 0;
+  extAddress = 0;
+  address = 0;
+}
+
+void IntelHexFileBlock::reverseBuffer() {
+  std::reverse(data.begin(), data.end());
+}
+
+bool IntelHexFileBlock::writeBinaryTo(int fd) const {
+  if (data.empty()) {
+    return true;
+  }
+  std::size_t chunk = 512;
+  std::size_t remaining = data.size();
+  const unsigned char* cursor = data.data();
+  for (;;) {
+    chunk = std::min(chunk, remaining);
+    const ssize_t written = ::write(fd, cursor, chunk);
+    if (written == -1) {
+      std::cerr << "#ERROR: write() returns an error." << std::endl;
+      return false;
+    }
+    cursor += written;
+    remaining -= static_cast<std::size_t>(written);
+    if (remaining == 0) {
+      return true;
+    }
+  }
+}
+
+bool IntelHexFileBlock::writeBinaryTo(const char* path) const {
+  std::FILE* const file = std::fopen(path, "wb");
+  if (file == nullptr) {
+    std::cerr << "#ERROR: failed to create file \"" << path << '"' << std::endl;
+    return false;
+  }
+  const bool written = writeBinaryTo(fileno(file));
+  std::fclose(file);
+  return written;
+}
