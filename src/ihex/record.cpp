@@ -3,6 +3,7 @@
 #include "qorutil/intelhex.h"
 #include "qorutil/strings.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
@@ -28,13 +29,8 @@ void cleanUp(std::string& hexline) {
   const std::size_t front = hexline.find_first_not_of(' ');
   hexline.erase(0, front);
   rightTrim(hexline, " ");
-  for (;;) {
-    const std::size_t carriageReturn = hexline.find('\r');
-    if (carriageReturn == std::string::npos) {
-      return;
-    }
-    hexline.erase(carriageReturn, 1);
-  }
+  hexline.erase(std::remove(hexline.begin(), hexline.end(), '\r'),
+                hexline.end());
 }
 
 // The sum of all bytes of the line, the checksum and whatever follows it.
