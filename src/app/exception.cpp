@@ -9,6 +9,11 @@ QorException::QorException(int errnum, const char* text) noexcept
     : std::ostringstream(text, std::ios_base::out | std::ios_base::ate),
       errorNumber(errnum) {
   addError(errnum);
+  // An insertion keeps std::bad_alloc to itself and leaves the stream bad; the
+  // only other thing that does so is a null description.
+  if (bad() && std::strerror(errnum) != nullptr) {
+    std::terminate();
+  }
 }
 
 QorException::~QorException() = default;

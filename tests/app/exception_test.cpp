@@ -383,6 +383,15 @@ TEST(QorExceptionDeathTest, NoMemoryForTheTextEndsTheProcess) {
       KilledBySignal(SIGABRT), "");
 }
 
+TEST(QorExceptionDeathTest, NoMemoryForTheDescriptionEndsTheProcess) {
+  EXPECT_EXIT(
+      {
+        memoryIsExhausted = true;
+        QorException(2, "open");
+      },
+      KilledBySignal(SIGABRT), "");
+}
+
 TEST(QorExceptionDeathTest, NoMemoryForWhatEndsTheProcess) {
   const QorException exception(0, "a text that no small buffer holds");
   EXPECT_EXIT(
