@@ -1,0 +1,190 @@
+#!/bin/sh
+# SPDX-License-Identifier: MIT
+#
+# Takes the library as its users do, one step per call; CMakeLists.txt beside it
+# tells which there are and in what order. The compiler, its flags, the kind of
+# build and the paths come in the environment. Each step works below the current
+# folder.
+set -eu
+: "${source:?}" "${build:?}" "${version:?}" "${libdir:?}" "${pointerSize:?}"
+: "${nm:?}" "${cxxfilt:?}" "${readelf:?}" "${emulator?}"
+: "${CXX:?}" "${CXXFLAGS?}" "${LDFLAGS?}"
+
+client=$source/tests/consumer/client
+installed=$PWD/installed
+staticInstalled=$PWD/static-installed
+warnings="-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror"
+
+fail() {
+  echo "$*" >&2
+  exit 1
+}
+
+skip() {
+  echo "skipped: $*"
+  exit 77
+}
+
+# Tells what is wrong unless $2 and $3 are the same.
+expectSame() {
+  test "$2" = "$3" || fail "$1 is '$3' instead of '$2'"
+}
+
+# Runs a step and shows what it wrote only if it fails.
+quietly() {
+  "$@" >"$step.log" 2>&1 || { cat "$step.log"; fail "failed: $*"; }
+}
+
+# Installs the build in $1 into an empty prefix and moves that to $2.
+installAndMove() {
+  rm -rf "$2" "$2.before"
+  quietly cmake --install "$1" --prefix "$2.before"
+  mv "$2.before" "$2"
+  if grep -rlF -e "$2.before" -e "$source" --include='*.cmake' \
+    --include='*.pc' --include='*.h' "$2"; then
+    fail "the files above name the folder that they were made in"
+  fi
+}
+
+# Builds the client with CMake in the fresh folder $1 and runs it.
+buildWithCmake() {
+  folder=$1
+  shift
+  rm -rf "$folder"
+  quietly cmake -S "$client" -B "$folder" "$@"
+  quietly cmake --build "$folder"
+  # shellcheck disable=SC2086  # the emulator has arguments of its own
+  (cd "$folder" && $emulator ./client)
+}
+
+# Asks pkg-config about the package in the prefix $1.
+askPackage() {
+  PKG_CONFIG_PATH=$1/$libdir/pkgconfig pkg-config --print-errors "$2" \
+    ${3:+"$3"} qorutil
+}
+
+# Links the compiled client with what pkg-config tells of the prefix $1, and
+# runs it.
+linkWithPkgConfig() {
+  # shellcheck disable=SC2046,SC2086  # these are lists of flags
+  $CXX $CXXFLAGS pkg-config/*.o -o pkg-config/client $LDFLAGS \
+    $(askPackage "$1" --libs ${2-})
+  # shellcheck disable=SC2086
+  (cd pkg-config && LD_LIBRARY_PATH=$1/$libdir $emulator ./client)
+}
+
+install() {
+  installAndMove "$build" "$installed"
+}
+
+findPackage() {
+  buildWithCmake find-package -DCMAKE_PREFIX_PATH="$installed" \
+    -DQORUTIL_VERSION="$version"
+  ! cmake -S "$client" -B find-other -DCMAKE_PREFIX_PATH="$installed" \
+    -DQORUTIL_VERSION=99 >find-other.log 2>&1 ||
+    fail "the package claims to be of version 99 as well"
+  grep -q 'compatible with requested version "99"' find-other.log ||
+    fail "$(cat find-other.log)"
+}
+
+# Headers found in this way warn as the client's own do.
+pkgConfig() {
+  command -v pkg-config >/dev/null || skip "there is no pkg-config"
+  expectSame "the version" "$version" "$(askPackage "$installed" --modversion)"
+  expectSame "the include path" "$installed/include" \
+    "$(realpath "$(askPackage "$installed" --cflags | sed 's/^-I//; s/ *$//')")"
+  rm -rf pkg-config
+  mkdir pkg-config
+  # shellcheck disable=SC2046,SC2086  # these are lists of flags
+  (cd pkg-config && $CXX $CXXFLAGS -std=c++17 $warnings \
+    $(askPackage "$installed" --cflags) -c "$client"/*.cpp)
+  linkWithPkgConfig "$installed"
+}
+
+# The sources inside another project, which asked for nothing but the library.
+subproject() {
+  buildWithCmake subproject -DQORUTIL_SOURCE="$source" -DBUILD_SHARED_LIBS=OFF
+  if cmake --build subproject --target help | grep -E '_test|qorhex'; then
+    fail "the subproject has the targets above"
+  fi
+  rm -rf subproject-installed
+  quietly cmake --install subproject --prefix "$PWD/subproject-installed"
+  if test -e subproject-installed; then
+    find subproject-installed
+    fail "the subproject installs the files above"
+  fi
+}
+
+# The static library, installed from the subproject, so that it is compiled once.
+installStatic() {
+  quietly cmake -DQORUTIL_INSTALL=ON subproject
+  quietly cmake --build subproject
+  installAndMove subproject "$staticInstalled"
+  expectSame "the list of libraries" libqorutil.a \
+    "$(cd "$staticInstalled/$libdir" && echo libqorutil.*)"
+}
+
+staticFindPackage() {
+  buildWithCmake static-find-package -DCMAKE_PREFIX_PATH="$staticInstalled"
+}
+
+# The objects are those of the shared library's client.
+staticPkgConfig() {
+  test -d pkg-config || skip "there is no pkg-config"
+  linkWithPkgConfig "$staticInstalled" --static
+}
+
+# Each header compiles alone, twice, by the compiler $1 under the standard $2.
+headers() {
+  flags=
+  test "$1" != "$CXX" || flags=$CXXFLAGS
+  for path in "$installed"/include/qorutil/*.h; do
+    header=qorutil/${path##*/}
+    # shellcheck disable=SC2086  # these are lists of flags
+    printf '#include <%s>\n' "$header" "$header" |
+      $1 $flags -std="$2" $warnings -fsyntax-only -I "$installed/include" \
+        -x c++ - || fail "$header does not compile alone"
+  done
+}
+
+# The header that includes all the others leaves none out.
+umbrella() {
+  cd "$installed/include/qorutil"
+  expectSame "the list of headers in qorutil.h" \
+    "$(printf '#include "qorutil/%s"\n' *.h | grep -vE '/(export|qorutil)\.h')" \
+    "$(grep '^#include' qorutil.h)"
+}
+
+# The names of the interface, with its type information, tables and thunks, and
+# nothing else. The list holds them demangled, in the order of the C locale;
+# after a wanted change the exported_symbols.txt that this writes replaces it.
+symbols() {
+  case $CXXFLAGS in
+    *-fsanitize*) skip "a sanitizer adds names and libraries" ;;
+  esac
+  test "$pointerSize" = 8 || skip "the list shows the types of 64-bit targets"
+  $nm --dynamic --defined-only "$installed/$libdir/libqorutil.so" |
+    sed -e 's/^[0-9a-f]* //' -e '/^A /d' -e 's/^. //' \
+      -e 's/@@*QORUTIL_0$//' | $cxxfilt -i | LC_ALL=C sort -u >exported_symbols.txt
+  diff -u "$source/tests/consumer/exported_symbols.txt" exported_symbols.txt
+}
+
+# The name that programs load the library by, and the libraries that it loads.
+dependencies() {
+  $readelf -d "$installed/$libdir/libqorutil.so" >dynamic.txt
+  expectSame "the soname" libqorutil.so.0 \
+    "$(sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p' dynamic.txt)"
+  case $CXXFLAGS in
+    *-fsanitize*) skip "a sanitizer adds libraries" ;;
+  esac
+  grep -q '(NEEDED).*\[libstdc++\.so' dynamic.txt ||
+    fail "the library does not name libstdc++"
+  if grep '(NEEDED)' dynamic.txt |
+    grep -vE '\[(libc|libm|libgcc_s|libstdc\+\+|ld-linux[^.]*)\.so\.[0-9]+\]'
+  then
+    fail "the library needs the ones above"
+  fi
+}
+
+step=$1
+"$@"
