@@ -96,4 +96,57 @@ QORUTIL_EXPORT std::string& strReplace(std::string& text,
 QORUTIL_EXPORT std::string& rightTrim(std::string& text,
                                       const std::string& set);
 
+/// Appends a one-byte length and the bytes of `source` to `bytes`.
+///
+///     offset  size  content
+///     0       1     the length n of `source` in bytes, modulo 256
+///     1       n     the bytes, unchanged
+///
+/// What `bytes` held before stays in front. Nothing checks the length: a source
+/// of more than 255 bytes is appended whole, with the low 8 bits of its length
+/// in front, and a reader would take the wrong length. Callers keep to 255.
+///
+/// A NUL-terminated text counts up to its NUL, which is not appended; it must
+/// not be null. A string or a vector may hold NUL bytes. `source` may be
+/// `bytes` itself: its length and contents are those before the call.
+///
+/// Failure: throws what the vector throws when memory runs out. The length may
+/// have been appended by then.
+///
+///     std::vector<unsigned char> bytes;
+///     push1(bytes, "abc");  // 03 61 62 63
+QORUTIL_EXPORT void push1(std::vector<unsigned char>& bytes,
+                          const char* source);
+
+/// The same for the bytes of a string.
+QORUTIL_EXPORT void push1(std::vector<unsigned char>& bytes,
+                          const std::string& source);
+
+/// The same for the bytes of a vector.
+QORUTIL_EXPORT void push1(std::vector<unsigned char>& bytes,
+                          const std::vector<unsigned char>& source);
+
+/// Appends a two-byte length and the bytes of `source` to `bytes`.
+///
+///     offset  size  content
+///     0       1     bits 8 to 15 of the length n of `source` in bytes
+///     1       1     bits 0 to 7 of n
+///     2       n     the bytes, unchanged
+///
+/// The length is big-endian on every target and holds n modulo 65,536. All else
+/// is as with push1(): callers keep to 65,535 bytes.
+///
+///     std::vector<unsigned char> bytes;
+///     push2(bytes, "abc");  // 00 03 61 62 63
+QORUTIL_EXPORT void push2(std::vector<unsigned char>& bytes,
+                          const char* source);
+
+/// The same for the bytes of a string.
+QORUTIL_EXPORT void push2(std::vector<unsigned char>& bytes,
+                          const std::string& source);
+
+/// The same for the bytes of a vector.
+QORUTIL_EXPORT void push2(std::vector<unsigned char>& bytes,
+                          const std::vector<unsigned char>& source);
+
 #endif  // QORUTIL_STRINGS_H
