@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+
+#include "qorutil/formatting.h"
+
+#include <ostream>
+
+#include "common/stream_state.h"
+
+namespace {
+
+struct FlagName {
+  std::ios_base::fmtflags flag;
+  const char* text;
+};
+
+// In ascending order of the bits, which are those of libstdc++.
+constexpr FlagName flagNames[] = {
+    {std::ios_base::boolalpha, " boolalpha"},
+    {std::ios_base::dec, " dec"},
+    {std::ios_base::fixed, " fixed"},
+    {std::ios_base::hex, " hex"},
+    {std::ios_base::internal, " internal"},
+    {std::ios_base::left, " left"},
+    {std::ios_base::oct, " oct"},
+    {std::ios_base::right, " right"},
+    {std::ios_base::scientific, " scientific"},
+    {std::ios_base::showbase, " showbase"},
+    {std::ios_base::showpoint, " showpoint"},
+    {std::ios_base::showpos, " showpos"},
+    {std::ios_base::skipws, " skipws"},
+    {std::ios_base::unitbuf, " unitbuf"},
+    {std::ios_base::uppercase, " uppercase"},
+};
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& os,
+                         const std::ios_base::fmtflags& flags) {
+  const StreamState restored(os);
+  os.flags(std::ios_base::fixed);
+  os.fill(' ');
+  os << '(';
+  for (const FlagName& name : flagNames) {
+    if ((flags & name.flag) != 0) {
+      os << name.text;
+    }
+  }
+  return os << " )";
+}

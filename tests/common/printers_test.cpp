@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: MIT
+//
+// Every printer on streams in odd formats, and on streams that fail: what it
+// writes there and what it leaves behind.
+
+#include "qorutil/formatting.h"
+
+#include <functional>
+#include <iomanip>
+#include <ostream>
+#include <sstream>
+#include <streambuf>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct PrinterCase {
+  const char* name;
+  void (*print)(std::ostream& os);
+  const char* text;  // with oddFlags, the fill '*' and the width 16 pending
+};
+
+void PrintTo(const PrinterCase& printer, std::ostream* os) {
+  *os << printer.name;
+}
+
+constexpr auto oddFlags = std::ios_base::oct | std::ios_base::left |
+                          std::ios_base::showbase | std::ios_base::showpos |
+                          std::ios_base::uppercase | std::ios_base::scientific;
+constexpr char oddFill = '*';
+constexpr int oddWidth = 16;
+
+const unsigned char twoBytes[] = {0x01, 0xAB};
+const unsigned char* const two = twoBytes;
+
+const PrinterCase printers[] = {
+    {"Hexdump",
+     [](std::ostream& os) {
+       hexdump(os, two, two + 2, "rx", 1, HEXDUMP_OFFSET, true);
+     },
+     "00000000000000rx 00000000:  01\nrx 00000001:  ab\n"},
+    {"HexdumpOfNothing",
+     [](std::ostream& os) {
+       hexdump(os, two, two, "rx", 1, HEXDUMP_OFFSET, true);
+     },
+     "00000000000000rx 00000000:\n\n"},
+    {"BinaryBase", [](std::ostream& os) { BinaryBase::print(os, 0xA5, 8); },
+     "10100101        "},
+    {"Binary", [](std::ostream& os) { os << Binary{'a'}; }, "01100001        "},
+    {"PrintEscaped", [](std::ostream& os) { printEscaped(os, "a\x1B"); },
+     "000000000000000\"a\\x1b\""},
+    {"PrintPrintable", [](std::ostream& os) { printPrintable(os, "a\x1B"); },
+     "a***************."},
+    {"PrintSeparatedList",
+     [](std::ostream& os) {
+       printSeparatedList(os, {{true, "a"}, {true, "b"}}, "|", "none");
+     },
+     "****************a|b"},
+    {"PrintUnknownEnum", [](std::ostream& os) { printUnknownEnum(os, 0xAB); },
+     "0000<unknown: 0xab>"},
+    {"FormatFlags", [](std::ostream& os) { os << std::ios_base::dec; },
+     "               ( dec )"},
+};
+
+// Takes `capacity` characters; the next one fails, by the result of overflow()
+// or by an exception.
+class FailingBuffer : public std::streambuf {
+ public:
+  FailingBuffer(std::size_t characters, bool withException)
+      : capacity(characters), throws(withException) {}
+
+  std::string text;
+
+ protected:
+  int_type overflow(int_type character) override {
+    if (text.size() < capacity) {
+      text += traits_type::to_char_type(character);
+      return character;
+    }
+    if (throws) {
+      throw capacity;
+    }
+    return traits_type::eof();
+  }
+
+ private:
+  std::size_t capacity;
+  bool throws;
+};
+
+void makeOdd(std::ostream& os) {
+  os.flags(oddFlags);
+  os << std::setfill(oddFill) << std::setw(oddWidth);
+}
+
+void expectOdd(const std::ostream& os) {
+  EXPECT_EQ(os.flags(), oddFlags);
+  EXPECT_EQ(os.fill(), oddFill);
+}
+
+// Runs the printer once for each place where the stream can fail.
+void failEverywhere(
+    const PrinterCase& printer, bool withException,
+    const std::function<void(std::ostream& os)>& printAndCheck) {
+  const std::string whole = printer.text;
+  for (std::size_t taken = 0; taken < whole.size(); ++taken) {
+    FailingBuffer buffer(taken, withException);
+    std::ostream os(&buffer);
+    makeOdd(os);
+    printAndCheck(os);
+    EXPECT_TRUE(os.bad()) << "after " << taken;
+    EXPECT_EQ(buffer.text, whole.substr(0, taken));
+    expectOdd(os);
+  }
+}
+
+class Printers : public testing::TestWithParam<PrinterCase> {};
+
+TEST_P(Printers, OddFormatAndPendingWidth) {
+  std::ostringstream os;
+  makeOdd(os);
+  GetParam().print(os);
+  EXPECT_EQ(os.str(), GetParam().text);
+  EXPECT_TRUE(os.good());
+  EXPECT_EQ(os.width(), 0);
+  expectOdd(os);
+}
+
+TEST_P(Printers, EveryCombinationOfFlagsComesBack) {
+  std::ostringstream os;
+  for (int bits = 0; bits < 0x8000; ++bits) {
+    const auto flags = static_cast<std::ios_base::fmtflags>(bits);
+    os.str("");
+    os.flags(flags);
+    os.fill(oddFill);
+    GetParam().print(os);
+    ASSERT_EQ(os.flags(), flags);
+    ASSERT_EQ(os.fill(), oddFill);
+    ASSERT_NE(os.str(), "");
+  }
+}
+
+TEST_P(Printers, FormatComesBackWhenTheStreamFails) {
+  failEverywhere(GetParam(), false, GetParam().print);
+}
+
+TEST_P(Printers, FormatComesBackWhenTheBufferThrows) {
+  failEverywhere(GetParam(), true, GetParam().print);
+}
+
+TEST_P(Printers, FormatComesBackWhenTheStreamThrows) {
+  failEverywhere(GetParam(), false, [](std::ostream& os) {
+    os.exceptions(std::ios_base::badbit);
+    EXPECT_THROW(GetParam().print(os), std::ios_base::failure);
+  });
+}
+
+TEST_P(Printers, FormatComesBackWhenAnExceptionOfTheBufferPassesOn) {
+  failEverywhere(GetParam(), true, [](std::ostream& os) {
+    os.exceptions(std::ios_base::badbit);
+    EXPECT_THROW(GetParam().print(os), std::size_t);
+  });
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, Printers, testing::ValuesIn(printers),
+                         [](const auto& tested) { return tested.param.name; });
+
+}  // namespace
