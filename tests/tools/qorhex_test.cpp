@@ -1,0 +1,1224 @@
+// SPDX-License-Identifier: MIT
+//
+// The program qorhex, run as its users run it.
+
+#include <algorithm>
+#include <csignal>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/process.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using Bytes = std::string;
+
+constexpr char endRecord[] = ":00000001FF\n";
+
+// The line of a sound record.
+std::string hexRecord(unsigned type, unsigned offset, const Bytes& data) {
+  Bytes bytes{static_cast<char>(data.size()), static_cast<char>(offset >> 8U),
+              static_cast<char>(offset), static_cast<char>(type)};
+  bytes += data;
+  unsigned sum = 0;
+  for (const char byte : bytes) {
+    sum += static_cast<unsigned char>(byte);
+  }
+  bytes += static_cast<char>(0U - sum);
+  std::string line = ":";
+  for (const char byte : bytes) {
+    constexpr char digits[] = "0123456789ABCDEF";
+    line += digits[static_cast<unsigned char>(byte) >> 4U];
+    line += digits[static_cast<unsigned char>(byte) & 0xFU];
+  }
+  return line + '\n';
+}
+
+std::string dataRecord(unsigned offset, const Bytes& data) {
+  return hexRecord(0, offset, data);
+}
+
+// The record that sets the upper address (type 4) or the segment (type 2).
+std::string baseRecord(unsigned type, unsigned value) {
+  return hexRecord(type, 0,
+                   {static_cast<char>(value >> 8U), static_cast<char>(value)});
+}
+
+const char sampleText[] =
+    ":0401000041424344F1\n"
+    ":00000001FF\n";
+
+/// A folder with HEX files, and the program run in it.
+class Qorhex : public testing::Test {
+ protected:
+  processResult_t run(std::vector<std::string> arguments,
+                      const std::function<void()>& inChild = {}) const {
+    arguments.insert(arguments.begin(), QORHEX_PROGRAM);
+    return runProcess(arguments, folder.path(), inChild);
+  }
+
+  // Expects the program to fail with `message` alone, and to leave the folder
+  // as it was.
+  void expectFailure(const std::vector<std::string>& arguments,
+                     const std::string& message,
+                     const std::function<void()>& inChild = {}) const {
+    const std::vector<std::string> before = folder.names();
+    const processResult_t result = run(arguments, inChild);
+    EXPECT_EQ(result.err, message);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(folder.names(), before);
+  }
+
+  // Expects --binary to give `image`, with `message` on standard error.
+  void expectImage(const std::string& text, const Bytes& image,
+                   const std::string& message = {},
+                   const std::vector<std::string>& options = {}) const {
+    folder.write("fw.hex", text);
+    std::vector<std::string> arguments{"-b", "fw.bin", "fw.hex"};
+    arguments.insert(arguments.begin(), options.begin(), options.end());
+    const processResult_t result = run(arguments);
+    EXPECT_EQ(result.err, message) << text;
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(folder.read("fw.bin"), image) << text;
+    EXPECT_THAT(folder.names(), ElementsAre("fw.bin", "fw.hex"));
+    std::filesystem::remove(folder.path("fw.bin"));
+  }
+
+  const TemporaryFolder folder;
+};
+
+// ---------------------------------------------------------------- Arguments
+
+TEST_F(Qorhex, HelpIsTheStoredText) {
+  const processResult_t result = run({"--help"});
+  EXPECT_EQ(result.out, R"(Usage: qorhex [options] FILE...
+Lists the segments of Intel HEX files, or writes them as raw binary files.
+
+-h         --help          This screen.
+-v         --verbose       Increase verbosity. Can be specified more than once.
+-p         --progress      Show progress of operation in standard format.
+-o <dir>   --output=<dir>  Write every segment to
+                           <dir>/<file stem>-<start address>.bin.
+-b <file>  --binary=<file> Write the whole image, gaps filled with 0xff.
+-r         --reverse       Reverse the bytes of each segment before writing.
+           --strict        Leave the reading to the library: no repairs, no checks.
+           --force         Accept records with conflicting bytes.
+           --max-size=<n>  Largest image for --binary, in bytes
+                           or as nK, nM, nG, default=256M.
+-V         --version       Show the version.
+)");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(run({"-h"}).out, result.out);
+}
+
+TEST_F(Qorhex, VersionIsThatOfTheProject) {
+  for (const char* option : {"-V", "--version"}) {
+    const processResult_t result = run({option});
+    EXPECT_EQ(result.out, "qorhex " QORHEX_VERSION "\n");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.status, 0);
+  }
+}
+
+TEST_F(Qorhex, ManualNamesEveryLongOptionOfTheHelp) {
+  std::ifstream file(QORHEX_MANUAL);
+  std::string manual(std::istreambuf_iterator<char>(file), {});
+  manual.erase(std::remove(manual.begin(), manual.end(), '\\'), manual.end());
+  const std::string help = run({"--help"}).out;
+  int options = 0;
+  for (std::size_t at = 0; (at = help.find("    --", at)) != std::string::npos;
+       ++options) {
+    at += 4;
+    const std::string name = help.substr(at, help.find_first_of(" =", at) - at);
+    EXPECT_NE(manual.find(name), std::string::npos) << name;
+  }
+  EXPECT_GE(options, 8);
+}
+
+struct usageCase_t {
+  const char* name;
+  std::vector<std::string> arguments;
+  const char* message;
+};
+
+class QorhexUsage : public Qorhex,
+                    public testing::WithParamInterface<usageCase_t> {};
+
+TEST_P(QorhexUsage, EndsWithStatusTwoAndAHint) {
+  const processResult_t result = run(GetParam().arguments);
+  EXPECT_EQ(result.err,
+            std::string(GetParam().message) + "qorhex: try 'qorhex --help'\n");
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(folder.names(), IsEmpty());
+}
+
+const usageCase_t usageCases[] = {
+    {"NoArguments", {}, "qorhex: no FILE given\n"},
+    {"OptionsOnly", {"-v", "--"}, "qorhex: no FILE given\n"},
+    {"UnknownLongOption",
+     {"--nonsense", "a.hex"},
+     "qorhex: unrecognized option '--nonsense'\n"},
+    {"UnknownShortOption", {"-z"}, "qorhex: invalid option -- 'z'\n"},
+    {"MissingArgument",
+     {"a.hex", "-b"},
+     "qorhex: option requires an argument -- 'b'\n"},
+    {"BinaryOfTwoFiles",
+     {"-b", "x", "a.hex", "b.hex"},
+     "qorhex: --binary takes one FILE only\n"},
+    {"OutputOfOneStemTwice",
+     {"-o", ".", "a/fw.hex", "b/fw.ihx"},
+     "qorhex: --output: two FILEs have the stem 'fw'\n"},
+    {"EmptySize", {"--max-size=", "a"}, "qorhex: --max-size: not a size: ''\n"},
+    {"UnitOnly",
+     {"--max-size=K", "a"},
+     "qorhex: --max-size: not a size: 'K'\n"},
+    {"NegativeSize",
+     {"--max-size=-1", "a"},
+     "qorhex: --max-size: not a size: '-1'\n"},
+    {"SignedSize",
+     {"--max-size=+1", "a"},
+     "qorhex: --max-size: not a size: '+1'\n"},
+    {"BlankInSize",
+     {"--max-size= 1", "a"},
+     "qorhex: --max-size: not a size: ' 1'\n"},
+    {"UnknownUnit",
+     {"--max-size=1T", "a"},
+     "qorhex: --max-size: not a size: '1T'\n"},
+    {"TwoUnits",
+     {"--max-size=1KK", "a"},
+     "qorhex: --max-size: not a size: '1KK'\n"},
+    {"SizeOfMoreThan64Bits",
+     {"--max-size=18446744073709551616", "a"},
+     "qorhex: --max-size: not a size: '18446744073709551616'\n"},
+    {"SizeOverflowsByItsUnit",
+     {"--max-size=17179869184G", "a"},
+     "qorhex: --max-size: not a size: '17179869184G'\n"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Table, QorhexUsage, testing::ValuesIn(usageCases),
+                         [](const auto& tested) { return tested.param.name; });
+
+TEST_F(Qorhex, LargestSizesAreAccepted) {
+  folder.write("fw.hex", sampleText);
+  for (const char* size : {"--max-size=18446744073709551615",
+                           "--max-size=17179869183G", "--max-size=0004"}) {
+    EXPECT_EQ(run({size, "-b", "fw.bin", "fw.hex"}).status, 0) << size;
+  }
+}
+
+// ------------------------------------------------------------------ Listing
+
+TEST_F(Qorhex, ListsSegmentsInAlignedColumns) {
+  folder.write("fw.hex",
+               dataRecord(0x100, Bytes(64, 'a')) + baseRecord(4, 0xFFFF) +
+                   dataRecord(0xFFF0, "0123456789abcdef") + endRecord);
+  const processResult_t result = run({"fw.hex"});
+  EXPECT_EQ(result.out,
+            "   no  first       last        size\n"
+            "    0  0x00000100  0x0000013f  64\n"
+            "    1  0xfffffff0  0xffffffff  16\n"
+            "total                          80\n");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(Qorhex, ListsATotalOnlyWithoutData) {
+  folder.write("fw.hex", endRecord);
+  const processResult_t result = run({"fw.hex"});
+  EXPECT_EQ(result.out, "total  0\n");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(Qorhex, ListsSizesUnderEachOther) {
+  folder.write("fw.hex", dataRecord(0, Bytes(100, 'a')) +
+                             dataRecord(0x1000, "b") + endRecord);
+  EXPECT_EQ(run({"fw.hex"}).out,
+            "   no  first       last        size\n"
+            "    0  0x00000000  0x00000063  100\n"
+            "    1  0x00001000  0x00001000    1\n"
+            "total                          101\n");
+}
+
+TEST_F(Qorhex, JoinsSegmentsAcross64KiB) {
+  folder.write("fw.hex", dataRecord(0xFFFC, "abcd") + baseRecord(4, 1) +
+                             dataRecord(0, "efgh") + endRecord);
+  EXPECT_EQ(run({"fw.hex"}).out,
+            "   no  first       last        size\n"
+            "    0  0x0000fffc  0x00010003  8\n"
+            "total                          8\n");
+}
+
+TEST_F(Qorhex, ListsSeveralFilesUnderTheirNames) {
+  folder.write("a.hex", sampleText);
+  folder.write("b.hex", endRecord);
+  const processResult_t result = run({"a.hex", "b.hex"});
+  EXPECT_EQ(result.out,
+            "a.hex:\n"
+            "   no  first       last        size\n"
+            "    0  0x00000100  0x00000103  4\n"
+            "total                          4\n"
+            "b.hex:\n"
+            "total  0\n");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(Qorhex, AFailingFileDoesNotKeepTheOthersFromBeingHandled) {
+  folder.write("a.hex", sampleText);
+  folder.write("c.hex", sampleText);
+  const processResult_t result = run({"-o", ".", "a.hex", "b.hex", "c.hex"});
+  EXPECT_EQ(result.err, "qorhex: b.hex: No such file or directory\n");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(folder.names(), ElementsAre("a-00000100.bin", "a.hex",
+                                          "c-00000100.bin", "c.hex"));
+}
+
+TEST_F(Qorhex, ListingToAFullDeviceIsAnError) {
+  folder.write("fw.hex", sampleText);
+  expectFailure({"fw.hex"},
+                "qorhex: standard output: No space left on device\n",
+                [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+  expectFailure({"--help"},
+                "qorhex: standard output: No space left on device\n",
+                [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+}
+
+TEST_F(Qorhex, ListingToAClosedOutputIsAnError) {
+  folder.write("fw.hex", sampleText);
+  expectFailure({"fw.hex"}, "qorhex: standard output: Bad file descriptor\n",
+                [] { close(STDOUT_FILENO); });
+}
+
+TEST_F(Qorhex, ClosedStandardDescriptorsDoNotReceiveTheImage) {
+  folder.write("fw.hex", sampleText);
+  const processResult_t result = run({"-b", "fw.bin", "fw.hex", "-vv"}, [] {
+    close(STDIN_FILENO);
+    close(STDOUT_FILENO);
+    close(STDERR_FILENO);
+  });
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(folder.read("fw.bin"), "ABCD");
+}
+
+// ------------------------------------------------------------- Refused text
+
+struct badText_t {
+  const char* name;
+  std::string text;
+  std::string message;
+};
+
+class QorhexBadText : public Qorhex,
+                      public testing::WithParamInterface<badText_t> {};
+
+TEST_P(QorhexBadText, IsRefusedWithFileLineReasonAndLine) {
+  folder.write("bad.hex", GetParam().text);
+  const std::string message = "qorhex: bad.hex: " + GetParam().message + '\n';
+  expectFailure({"-b", "fw.bin", "bad.hex"}, message);
+  expectFailure({"-o", ".", "bad.hex"}, message);
+  expectFailure({"bad.hex"}, message);
+  expectFailure({"--force", "bad.hex"}, message);
+}
+
+const std::string good = dataRecord(0, "abcd");
+
+const badText_t badTexts[] = {
+    {"NoStartCode", good + "0401000041424344F1\n" + endRecord,
+     "line 2: no start code ':' at the beginning: \"0401000041424344F1\""},
+    {"NoHexDigit", good + "\n:0401000041G24344F1\r\n" + endRecord,
+     "line 3: character 12 is no hex digit: \":0401000041G24344F1\""},
+    {"NoHexDigitInTheByteCount", ":G401000041424344F1\n",
+     "line 1: character 2 is no hex digit: \":G401000041424344F1\""},
+    {"SignInTheByteCount", ":-101000041424344F1\n",
+     "line 1: character 2 is no hex digit: \":-101000041424344F1\""},
+    {"BlankInside", ":04010000 41424344F1\n",
+     "line 1: character 10 is no hex digit: \":04010000 41424344F1\""},
+    {"ByteOfTheUpperHalf",
+     ":0401000041\xC3\xBC"
+     "24344F1\n",
+     "line 1: character 12 is no hex digit: \":0401000041..24344F1\""},
+    {"NulInside", std::string(":04010000\0001424344F1\n", 20),
+     "line 1: character 10 is no hex digit: \":04010000.1424344F1\""},
+    {"StartCodeOnly", ":\n",
+     "line 1: too short for a record, 1 character instead of at least 11: "
+     "\":\""},
+    {"TenCharacters", ":000000000\n",
+     "line 1: too short for a record, 10 characters instead of at least 11: "
+     "\":000000000\""},
+    {"ShorterThanItsByteCount", ":0401000041424344\n",
+     "line 1: shorter than its byte count says, 17 characters instead of 19: "
+     "\":0401000041424344\""},
+    {"ShorterByOneCharacter", ":0401000041424344F\n",
+     "line 1: shorter than its byte count says, 18 characters instead of 19: "
+     "\":0401000041424344F\""},
+    {"LongerThanItsByteCount", ":0401000041424344F100\n",
+     "line 1: longer than its byte count says, 21 characters instead of 19: "
+     "\":0401000041424344F100\""},
+    {"WrongChecksum", good + good + ":0401000041424344F2\n",
+     "line 3: wrong checksum 0xf2, the bytes give 0xf1: "
+     "\":0401000041424344F2\""},
+    {"LongerThanAnyRecord", ':' + std::string(521, '0') + '\n',
+     "line 1: longer than any record: \":" + std::string(79, '0') + "\"..."},
+    {"UnsupportedType", good + hexRecord(6, 0, "ab"),
+     "line 2: unsupported record type 0x06: \":02000006616235\""},
+    {"LargestType", hexRecord(255, 0, ""),
+     "line 1: unsupported record type 0xff: \":000000FF01\""},
+    {"EndWithData", hexRecord(1, 0, "a"),
+     "line 1: a record of type 0x01 has 0 data bytes, not 1: "
+     "\":01000001619D\""},
+    {"ShortSegmentAddress", hexRecord(2, 0, "a"),
+     "line 1: a record of type 0x02 has 2 data bytes, not 1: "
+     "\":01000002619C\""},
+    {"ShortStartSegment", hexRecord(3, 0, "ab"),
+     "line 1: a record of type 0x03 has 4 data bytes, not 2: "
+     "\":02000003616238\""},
+    {"LongLinearAddress", hexRecord(4, 0, "abc"),
+     "line 1: a record of type 0x04 has 2 data bytes, not 3: "
+     "\":03000004616263D3\""},
+    {"EmptyStartLinear", hexRecord(5, 0, ""),
+     "line 1: a record of type 0x05 has 4 data bytes, not 0: "
+     "\":00000005FB\""},
+    {"PassesTheLastAddress",
+     baseRecord(4, 0xFFFF) + dataRecord(0xFFFD, "abcd") + endRecord,
+     "line 2: the record passes 0xffffffff: \":04FFFD006162636476\""},
+    {"EmptyFile", "", "line 1: the file ends without an end record: \"\""},
+    {"BlankLinesOnly", "\n\r\n \n",
+     "line 1: the file ends without an end record: \"\""},
+    {"NoEndRecord", good + dataRecord(0x100, "ABCD") + "\n\n",
+     "line 2: the file ends without an end record: \":0401000041424344F1\""},
+    {"NoEndRecordAndNoLineFeed", good + ":0401000041424344F1",
+     "line 2: the file ends without an end record: \":0401000041424344F1\""},
+    {"Zeros", std::string(1024, '\0'),
+     "line 1: no start code ':' at the beginning: \"" + std::string(80, '.') +
+         "\"..."},
+    {"ByteOrderMarkInTheSecondLine", good + "\xEF\xBB\xBF" + good,
+     "line 2: no start code ':' at the beginning: \"...:0400000061626364" +
+         good.substr(17, 2) + '"'},
+    {"CarriageReturnsAsLineEnds", ":0401000041424344F1\r:00000001FF\r",
+     "line 1: character 20 is no hex digit: "
+     "\":0401000041424344F1.:00000001FF\""},
+};
+
+INSTANTIATE_TEST_SUITE_P(Table, QorhexBadText, testing::ValuesIn(badTexts),
+                         [](const auto& tested) { return tested.param.name; });
+
+TEST_F(Qorhex, AHugeLineIsRefusedWithoutBeingRead) {
+  folder.write("huge.hex", ":");
+  ASSERT_EQ(truncate(folder.path("huge.hex").c_str(), off_t{1} << 40U), 0);
+  expectFailure({"huge.hex"},
+                "qorhex: huge.hex: line 1: longer than any record: \":" +
+                    std::string(79, '.') + "\"...\n");
+}
+
+TEST_F(Qorhex, AnEndlessDeviceIsRefusedAtOnce) {
+  expectFailure({"/dev/zero"},
+                "qorhex: /dev/zero: line 1: no start code ':' at the "
+                "beginning: \"" +
+                    std::string(80, '.') + "\"...\n");
+}
+
+TEST_F(Qorhex, AMissingFileIsNamed) {
+  expectFailure({"none.hex"}, "qorhex: none.hex: No such file or directory\n");
+}
+
+TEST_F(Qorhex, AFolderIsNoFile) {
+  expectFailure({"."}, "qorhex: .: Is a directory\n");
+}
+
+TEST_F(Qorhex, AnUnreadableFileIsNamed) {
+  if (geteuid() == 0) {
+    GTEST_SKIP() << "root reads everything";
+  }
+  folder.write("fw.hex", sampleText);
+  chmod(folder.path("fw.hex").c_str(), 0);
+  expectFailure({"fw.hex"}, "qorhex: fw.hex: Permission denied\n");
+}
+
+// ------------------------------------------------------------------ Repairs
+
+TEST_F(Qorhex, PlainTextIsReadAsItStands) {
+  expectImage(sampleText, "ABCD");
+  expectImage(":0401000041424344F1\r\n:00000001FF\r\n", "ABCD");
+  expectImage(":0401000041424344F1  \n:00000001FF  \n", "ABCD");
+  expectImage(":0401000041424344F1\n:00000001FF", "ABCD");
+  expectImage(dataRecord(4, "efgh") + dataRecord(0, "abcd") + endRecord,
+              "abcdefgh");
+}
+
+TEST_F(Qorhex, LowerCaseDigitsAreRead) {
+  expectImage(":040100006a6b6c6d4d\n:00000001ff\n", "jklm");
+}
+
+TEST_F(Qorhex, AnyEndRecordEndsTheFile) {
+  expectImage(dataRecord(0, "abcd") + ":00000001ff\n", "abcd");
+  expectImage(dataRecord(0, "abcd") + "  :00000001FF\n", "abcd");
+  expectImage(dataRecord(0, "abcd") + hexRecord(1, 0x1234, ""), "abcd");
+}
+
+TEST_F(Qorhex, BlanksTabsAndBlankLinesAreSkipped) {
+  expectImage("\n\t\n \r\n\t " + dataRecord(0, "ab") + "\r\r\n :020002006364" +
+                  dataRecord(2, "cd").substr(13, 2) + " \t\r\n" + endRecord,
+              "abcd");
+}
+
+TEST_F(Qorhex, AByteOrderMarkIsSkipped) {
+  expectImage("\xEF\xBB\xBF" + dataRecord(0, "abcd") + endRecord, "abcd");
+  expectImage(std::string("\xEF\xBB\xBF\n") + endRecord, "");
+}
+
+TEST_F(Qorhex, ZeroLengthDataIsLeftOut) {
+  expectImage(dataRecord(0, "ab") + dataRecord(2, "") + dataRecord(2, "cd") +
+                  dataRecord(0, "") + endRecord,
+              "abcd");
+}
+
+TEST_F(Qorhex, LinesAfterTheEndRecordAreCountedInAWarning) {
+  expectImage(sampleText + std::string("\n \n"), "ABCD");
+  expectImage(sampleText + std::string("\nrubbish\n\r\n"), "ABCD",
+              "qorhex: fw.hex: warning: 1 line after the end record left "
+              "out\n");
+  expectImage(sampleText + dataRecord(0, "x") + "\x1A" + "\n" + endRecord +
+                  "no line feed",
+              "ABCD",
+              "qorhex: fw.hex: warning: 4 lines after the end record left "
+              "out\n");
+  expectImage(sampleText + std::string(200000, 'x') + "\n\n" +
+                  std::string(70000, ' ') + "y",
+              "ABCD",
+              "qorhex: fw.hex: warning: 2 lines after the end record left "
+              "out\n");
+}
+
+TEST_F(Qorhex, StartLinearAddressIsToldWithVerbose) {
+  const std::string text = dataRecord(0, "abcd") +
+                           hexRecord(5, 0, {0x08, 0, 0x01, '\x99'}) + endRecord;
+  expectImage(text, "abcd");
+  expectImage(text, "abcd",
+              "qorhex: fw.hex: entry address 0x08000199\n"
+              "qorhex: fw.bin: written\n",
+              {"-v"});
+  expectImage(text, "abcd",
+              "qorhex: fw.hex: entry address 0x08000199\n"
+              "qorhex: fw.hex: normalised for the library\n"
+              "qorhex: fw.bin: written\n",
+              {"-vv"});
+}
+
+TEST_F(Qorhex, StartSegmentAddressIsToldWithVerbose) {
+  expectImage(
+      hexRecord(3, 0, {'\xF0', 0, 0x12, 0x34}) + dataRecord(0, "a") + endRecord,
+      "a",
+      "qorhex: fw.hex: entry address 0x000f1234 (segment 0xf000, "
+      "offset 0x1234)\n"
+      "qorhex: fw.bin: written\n",
+      {"--verbose"});
+}
+
+TEST_F(Qorhex, SegmentAddressesBecomePlainOnes) {
+  folder.write("fw.hex", baseRecord(2, 0x1234) + dataRecord(0x10, "ab") +
+                             baseRecord(2, 0xFFFF) + dataRecord(0xFFF0, "cd") +
+                             endRecord);
+  EXPECT_EQ(run({"fw.hex"}).out,
+            "   no  first       last        size\n"
+            "    0  0x00012350  0x00012351  2\n"
+            "    1  0x0010ffe0  0x0010ffe1  2\n"
+            "total                          4\n");
+}
+
+TEST_F(Qorhex, OffsetsWrapInsideASegment) {
+  folder.write("fw.hex",
+               baseRecord(2, 0x1000) + dataRecord(0xFFFE, "abcd") + endRecord);
+  EXPECT_EQ(run({"-o", ".", "fw.hex"}).status, 0);
+  EXPECT_EQ(folder.read("fw-00010000.bin"), "cd");
+  EXPECT_EQ(folder.read("fw-0001fffe.bin"), "ab");
+  EXPECT_THAT(folder.names(),
+              ElementsAre("fw-00010000.bin", "fw-0001fffe.bin", "fw.hex"));
+}
+
+TEST_F(Qorhex, OffsetsRunOnUnderALinearAddress) {
+  const std::string text = dataRecord(0xFFFE, "abcd");
+  expectImage(text + endRecord, "abcd");
+  expectImage(baseRecord(2, 0) + baseRecord(4, 1) + text + endRecord, "abcd");
+}
+
+TEST_F(Qorhex, ARecordMayEndWithTheLastAddress) {
+  expectImage(baseRecord(4, 0xFFFF) + dataRecord(0xFFFC, "abcd") + endRecord,
+              "abcd");
+}
+
+TEST_F(Qorhex, RecordsOfAllLengthsAreNormalised) {
+  Bytes image;
+  std::string text = hexRecord(5, 0, "main");
+  for (unsigned length = 1; length < 256; ++length) {
+    Bytes data(length, static_cast<char>(length));
+    data.back() = '\n';
+    text += baseRecord(4, static_cast<unsigned>(image.size() >> 16U)) +
+            dataRecord(image.size() & 0xFFFFU, data);
+    image += data;
+  }
+  expectImage(text + endRecord, image);
+}
+
+// ------------------------------------------------------ Repeats and conflicts
+
+struct mergeCase_t {
+  const char* name;
+  std::string text;
+  Bytes image;
+  unsigned repeated;
+};
+
+class QorhexMerge : public Qorhex,
+                    public testing::WithParamInterface<mergeCase_t> {};
+
+TEST_P(QorhexMerge, KeepsEveryByteOnce) {
+  const mergeCase_t& tested = GetParam();
+  expectImage(
+      tested.text + endRecord, tested.image,
+      "qorhex: fw.hex: " + std::to_string(tested.repeated) +
+          (tested.repeated == 1 ? " repeated byte" : " repeated bytes") +
+          " merged\nqorhex: fw.bin: written\n",
+      {"-v"});
+}
+
+const mergeCase_t mergeCases[] = {
+    {"TheSameRecordTwice", dataRecord(0, "abcd") + dataRecord(0, "abcd"),
+     "abcd", 4},
+    {"TheSameRecordFourTimes",
+     dataRecord(0, "ab") + dataRecord(0, "ab") + dataRecord(0, "ab") +
+         dataRecord(0, "ab"),
+     "ab", 2},
+    {"LaterIsLonger", dataRecord(0, "ab") + dataRecord(0, "abcd"), "abcd", 2},
+    {"LaterIsShorter", dataRecord(0, "abcd") + dataRecord(0, "ab"), "abcd", 2},
+    {"LongerBetweenShorter",
+     dataRecord(0, "ab") + dataRecord(0, "abcde") + dataRecord(0, "abc") +
+         dataRecord(5, "f"),
+     "abcdef", 3},
+    {"OneInsideTheOther", dataRecord(0, "abcdef") + dataRecord(2, "cd"),
+     "abcdef", 2},
+    {"TheOuterOneLater", dataRecord(2, "cd") + dataRecord(0, "abcdef"),
+     "abcdef", 2},
+    {"ChainOfThree",
+     dataRecord(4, "efgh") + dataRecord(2, "cdef") + dataRecord(0, "abcd"),
+     "abcdefgh", 4},
+    {"LongOneUnderSeveralShortOnes",
+     dataRecord(0, "abcdefghij") + dataRecord(1, "b") + dataRecord(3, "de") +
+         dataRecord(8, "ijkl"),
+     "abcdefghijkl", 5},
+    {"Across64KiB",
+     dataRecord(0xFFFE, "abcd") + baseRecord(4, 1) + dataRecord(0, "cdef"),
+     "abcdef", 2},
+    {"SegmentAgainstLinear",
+     baseRecord(4, 1) + dataRecord(0, "abcd") + baseRecord(2, 0x1000) +
+         dataRecord(2, "cdef"),
+     "abcdef", 2},
+    {"TwoSegmentsOfOneAddress",
+     baseRecord(2, 0x1000) + dataRecord(0x10, "abcd") + baseRecord(2, 0x1001) +
+         dataRecord(0, "abcdef"),
+     "abcdef", 4},
+    {"WrappedOverItsBeginning",
+     baseRecord(2, 0) + dataRecord(0, "cdef") + dataRecord(0xFFFE, "abcd"),
+     "cdef" + Bytes(0xFFFA, '\xFF') + "ab", 2},
+    {"LongestRecordsShiftedByOne",
+     dataRecord(1, Bytes(255, 'x')) + dataRecord(0, Bytes(255, 'x')),
+     Bytes(256, 'x'), 254},
+    {"BlanksAroundARepeat",
+     "  " + dataRecord(0, "abcd").substr(0, 19) + "\t\r\n\n" +
+         dataRecord(2, "cdef"),
+     "abcdef", 2},
+};
+
+INSTANTIATE_TEST_SUITE_P(Table, QorhexMerge, testing::ValuesIn(mergeCases),
+                         [](const auto& tested) { return tested.param.name; });
+
+TEST_F(Qorhex, MergedRepeatsAreOneSegment) {
+  folder.write("fw.hex", dataRecord(0, "abcdef") + dataRecord(2, "cd") +
+                             dataRecord(0, "abcdefgh") + endRecord);
+  EXPECT_EQ(run({"fw.hex"}).out,
+            "   no  first       last        size\n"
+            "    0  0x00000000  0x00000007  8\n"
+            "total                          8\n");
+}
+
+TEST_F(Qorhex, ConflictNamesBothLinesAddressAndBytes) {
+  folder.write("fw.hex", dataRecord(0x10, "abcd") + "\n" +
+                             dataRecord(0x12, "cX") + endRecord);
+  expectFailure({"-b", "fw.bin", "fw.hex"},
+                "qorhex: fw.hex: line 3: byte 0x58 at 0x00000013 conflicts "
+                "with 0x64 of line 1 (--force accepts that): "
+                "\":020012006358" +
+                    dataRecord(0x12, "cX").substr(13, 2) +
+                    "\", line 1: \":0400100061626364" +
+                    dataRecord(0x10, "abcd").substr(17, 2) + "\"\n");
+}
+
+TEST_F(Qorhex, ConflictIsToldInTheOrderOfTheFile) {
+  // The record that starts lower comes later in the file.
+  folder.write("fw.hex", dataRecord(2, "X") + dataRecord(0, "abc") + endRecord);
+  expectFailure({"fw.hex"},
+                "qorhex: fw.hex: line 2: byte 0x63 at 0x00000002 conflicts "
+                "with 0x58 of line 1 (--force accepts that): "
+                "\":03000000616263D7\", line 1: \":0100020058A5\"\n");
+}
+
+TEST_F(Qorhex, ForceTakesTheFirstOfOneAddressForTheCommonBytes) {
+  expectImage(
+      dataRecord(0, "abcd") + dataRecord(0, "ABCDEF") + endRecord, "abcdEF",
+      "qorhex: fw.hex: 4 conflicting bytes accepted (--force)\n", {"--force"});
+  expectImage(
+      dataRecord(0, "aBCDEF") + dataRecord(0, "ab") + endRecord, "aBCDEF",
+      "qorhex: fw.hex: 1 conflicting byte accepted (--force)\n", {"--force"});
+}
+
+TEST_F(Qorhex, ForceTakesTheHigherStartElsewhere) {
+  expectImage(
+      dataRecord(2, "CD") + dataRecord(0, "abcdef") + endRecord, "abCDef",
+      "qorhex: fw.hex: 2 conflicting bytes accepted (--force)\n", {"--force"});
+}
+
+TEST_F(Qorhex, ForceCountsAnAddressOnce) {
+  expectImage(
+      dataRecord(0, "a") + dataRecord(0, "b") + dataRecord(0, "c") + endRecord,
+      "a", "qorhex: fw.hex: 1 conflicting byte accepted (--force)\n",
+      {"--force"});
+}
+
+TEST_F(Qorhex, ForceSaysNothingWithoutConflicts) {
+  expectImage(dataRecord(0, "ab") + dataRecord(1, "bc") + endRecord, "abc", "",
+              {"--force"});
+}
+
+// ------------------------------------------------------------- Random texts
+
+// A random text, and what it stands for by the rules.
+struct randomText_t {
+  std::string text;
+  std::map<std::uint32_t, char> image;
+  unsigned conflicting{0};
+};
+
+struct placed_t {
+  std::uint32_t address;
+  Bytes data;
+};
+
+// Lays the pieces over each other: the higher start wins, of one start the
+// first in the text.
+void layPieces(std::vector<placed_t> pieces, randomText_t& random) {
+  std::map<std::uint32_t, bool> differs;
+  std::reverse(pieces.begin(), pieces.end());
+  std::stable_sort(pieces.begin(), pieces.end(),
+                   [](const placed_t& one, const placed_t& two) {
+                     return one.address < two.address;
+                   });
+  for (const placed_t& piece : pieces) {
+    for (std::size_t i = 0; i < piece.data.size(); ++i) {
+      const auto at = static_cast<std::uint32_t>(piece.address + i);
+      const auto known = random.image.find(at);
+      if (known != random.image.end() && known->second != piece.data[i]) {
+        differs[at] = true;
+      }
+      random.image[at] = piece.data[i];
+    }
+  }
+  random.conflicting = static_cast<unsigned>(differs.size());
+}
+
+// With `consistent`, a byte depends on its address alone.
+randomText_t makeRandomText(unsigned seed, bool consistent) {
+  std::mt19937 generator(seed);
+  const auto below = [&](unsigned limit) {
+    return static_cast<unsigned>(generator() % limit);
+  };
+  randomText_t random;
+  std::vector<placed_t> pieces;
+  std::uint32_t base = 0;
+  bool segmented = false;
+  const unsigned range = 40 + below(600);
+  const unsigned records = 1 + below(60);
+  for (unsigned i = 0; i < records; ++i) {
+    if (below(4) == 0) {
+      segmented = below(2) == 0;
+      // Both kinds of base lie around the edge at 0x10000.
+      const unsigned value = segmented ? 0xFF0 + below(32) : below(2);
+      base = value * (segmented ? 16 : 0x10000);
+      random.text += baseRecord(segmented ? 2 : 4, value);
+    }
+    const std::uint32_t target = 0x10000 - range / 2 + below(range);
+    const std::uint32_t offset = (target - base) & 0xFFFFU;
+    Bytes data(1 + below(below(4) == 0 ? 255 : 20), '\0');
+    std::vector<placed_t> parts;
+    for (std::size_t k = 0; k < data.size(); ++k) {
+      const auto linear = static_cast<std::uint32_t>(offset + k);
+      const std::uint32_t at = base + (segmented ? linear & 0xFFFFU : linear);
+      data[k] = static_cast<char>(consistent ? at * 2654435761U >> 13U
+                                             : 'a' + below(2));
+      if (k == 0 || (segmented && linear == 0x10000)) {
+        parts.push_back({at, {}});
+      }
+      parts.back().data += data[k];
+    }
+    pieces.insert(pieces.end(), parts.begin(), parts.end());
+    random.text += dataRecord(offset, data);
+  }
+  random.text += endRecord;
+  layPieces(pieces, random);
+  return random;
+}
+
+// What --output should write, by file name.
+std::map<std::string, Bytes> segmentsOf(const randomText_t& random) {
+  std::map<std::string, Bytes> files;
+  std::string name;
+  std::uint32_t expected = 0;
+  for (const auto& [address, byte] : random.image) {
+    if (name.empty() || address != expected) {
+      char text[16];
+      snprintf(text, sizeof text, "%08x", address);
+      name = std::string("fw-") + text + ".bin";
+    }
+    files[name] += byte;
+    expected = address + 1;
+  }
+  return files;
+}
+
+Bytes flatImageOf(const randomText_t& random) {
+  const std::uint32_t first = random.image.begin()->first;
+  Bytes image(random.image.rbegin()->first - first + 1, '\xFF');
+  for (const auto& [address, byte] : random.image) {
+    image[address - first] = byte;
+  }
+  return image;
+}
+
+void checkSegmentFiles(const TemporaryFolder& folder,
+                       const std::map<std::string, Bytes>& segments) {
+  EXPECT_EQ(folder.names().size(), segments.size() + 1);
+  for (const auto& [name, bytes] : segments) {
+    EXPECT_EQ(folder.read(name), bytes) << name;
+  }
+}
+
+void checkRandomTexts(unsigned firstSeed, bool consistent) {
+  for (unsigned seed = firstSeed; seed < firstSeed + 100; ++seed) {
+    const randomText_t random = makeRandomText(seed, consistent);
+    const TemporaryFolder folder;
+    folder.write("fw.hex", random.text);
+    std::vector<std::string> command{QORHEX_PROGRAM, "-b", "/dev/stdout",
+                                     "fw.hex"};
+    if (!consistent) {
+      command.emplace_back("--force");
+    }
+    // Every segment costs a sync of the disk.
+    const bool segmentFiles = seed % 20 == 0;
+    if (segmentFiles) {
+      command.insert(command.end(), {"-o", "."});
+    }
+    const processResult_t result = runProcess(command, folder.path());
+    const std::string message =
+        "qorhex: fw.hex: " + std::to_string(random.conflicting) +
+        (random.conflicting == 1 ? " conflicting byte" : " conflicting bytes") +
+        " accepted (--force)\n";
+    ASSERT_EQ(result.err, random.conflicting == 0 ? "" : message) << seed;
+    ASSERT_EQ(result.status, 0) << seed;
+    ASSERT_EQ(result.out, flatImageOf(random)) << seed;
+    if (segmentFiles) {
+      checkSegmentFiles(folder, segmentsOf(random));
+    }
+  }
+}
+
+TEST(QorhexRandom, ConsistentTextsGiveTheirMemoryImage) {
+  checkRandomTexts(1, true);
+}
+
+TEST(QorhexRandom, ConflictingTextsFollowTheRules) {
+  checkRandomTexts(1000, false);
+}
+
+// ------------------------------------------------------------ Other sources
+
+TEST_F(Qorhex, AFifoIsReadOnce) {
+  ASSERT_EQ(mkfifo(folder.path("fifo").c_str(), 0600), 0);
+  for (const std::string& text :
+       {std::string(sampleText),
+        dataRecord(0x102, "CD") + dataRecord(0x100, "ABCD") + endRecord}) {
+    const processResult_t result = run({"-b", "fw.bin", "fifo"}, [&] {
+      if (fork() == 0) {
+        const int fifo = open("fifo", O_WRONLY);
+        _exit(write(fifo, text.data(), text.size()) == -1 ? 1 : 0);
+      }
+    });
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(folder.read("fw.bin"), "ABCD");
+  }
+}
+
+TEST_F(Qorhex, StandardInputIsReadThroughItsDevice) {
+  const processResult_t result = run({"/dev/stdin"}, [] {
+    int ends[2];
+    if (pipe(ends) != 0 ||
+        write(ends[1], sampleText, sizeof sampleText - 1) == -1) {
+      _exit(99);
+    }
+    close(ends[1]);
+    dup2(ends[0], STDIN_FILENO);
+  });
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out,
+            "   no  first       last        size\n"
+            "    0  0x00000100  0x00000103  4\n"
+            "total                          4\n");
+}
+
+TEST_F(Qorhex, ABadLineOfAPipeIsShown) {
+  expectFailure(
+      {"/dev/stdin"},
+      "qorhex: /dev/stdin: line 2: the file ends without an end "
+      "record: \":0401000041424344F1\"\n",
+      [] {
+        int ends[2];
+        const std::string text = "\n:0401000041424344F1\n";
+        if (pipe(ends) != 0 || write(ends[1], text.data(), text.size()) == -1) {
+          _exit(99);
+        }
+        close(ends[1]);
+        dup2(ends[0], STDIN_FILENO);
+      });
+}
+
+// ------------------------------------------------------------------ Writing
+
+const std::string sparseText = dataRecord(0, "abcd") + baseRecord(4, 0xFFFF) +
+                               dataRecord(0xFFF0, "efgh") + endRecord;
+
+TEST_F(Qorhex, OutputWritesEverySegmentOfASparseImage) {
+  folder.write("sub.fw.hex", sparseText);
+  std::filesystem::create_directory(folder.path("out"));
+  const processResult_t result = run({"--output=out", "./sub.fw.hex"});
+  EXPECT_LT(result.peakMemory, 256 << 10);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(folder.read("out/sub.fw-00000000.bin"), "abcd");
+  EXPECT_EQ(folder.read("out/sub.fw-fffffff0.bin"), "efgh");
+  EXPECT_THAT(folder.names(), ElementsAre("out", "sub.fw.hex"));
+}
+
+TEST_F(Qorhex, BinaryRefusesASpanBeyondTheLimit) {
+  folder.write("fw.hex", sparseText);
+  expectFailure({"-b", "fw.bin", "fw.hex"},
+                "qorhex: fw.hex: the image spans 4294967284 bytes from "
+                "0x00000000 to 0xfffffff3, more than the 268435456 that "
+                "--max-size allows for --binary\n");
+  expectFailure({"-b", "fw.bin", "-o", ".", "--max-size=1K", "fw.hex"},
+                "qorhex: fw.hex: the image spans 4294967284 bytes from "
+                "0x00000000 to 0xfffffff3, more than the 1024 that "
+                "--max-size allows for --binary\n");
+}
+
+TEST_F(Qorhex, TheLimitItselfIsAllowed) {
+  folder.write("fw.hex",
+               dataRecord(0, "a") + dataRecord(0x3FF, "b") + endRecord);
+  EXPECT_EQ(run({"-b", "fw.bin", "--max-size=1023", "fw.hex"}).status, 1);
+  EXPECT_EQ(run({"-b", "fw.bin", "--max-size=1K", "fw.hex"}).status, 0);
+  EXPECT_EQ(folder.read("fw.bin"), 'a' + Bytes(1022, '\xFF') + 'b');
+}
+
+TEST_F(Qorhex, LongGapsAreFilled) {
+  expectImage(
+      dataRecord(1, "a") + baseRecord(4, 3) + dataRecord(7, "b") + endRecord,
+      'a' + Bytes(0x30005, '\xFF') + 'b');
+}
+
+TEST_F(Qorhex, LargeImagesArriveWhole) {
+  std::mt19937 generator(7);
+  Bytes image;
+  std::string text;
+  for (unsigned i = 0; i < 12000; ++i) {
+    Bytes data(16, '\0');
+    std::generate(data.begin(), data.end(),
+                  [&] { return static_cast<char>(generator()); });
+    if (image.size() % 0x10000 == 0) {
+      text += baseRecord(4, static_cast<unsigned>(image.size() >> 16U));
+    }
+    text += dataRecord(image.size() & 0xFFFFU, data);
+    image += data;
+  }
+  expectImage(text + endRecord, image);
+  expectImage(text + hexRecord(5, 0, "main") + endRecord, image);
+  std::reverse(image.begin(), image.end());
+  expectImage(text + endRecord, image, "", {"-r"});
+}
+
+TEST_F(Qorhex, AnEmptyImageGivesAnEmptyBinaryAndNoSegments) {
+  expectImage(endRecord, "");
+  EXPECT_EQ(run({"-o", ".", "fw.hex"}).status, 0);
+  EXPECT_THAT(folder.names(), ElementsAre("fw.hex"));
+}
+
+TEST_F(Qorhex, ReverseTurnsEachSegmentAsOneSequence) {
+  const std::string text = dataRecord(0xFFFE, "ab") + baseRecord(4, 1) +
+                           dataRecord(0, "cd") + dataRecord(6, "xyz") +
+                           endRecord;
+  expectImage(text, "dcba\xFF\xFF\xFF\xFFzyx", "", {"-r"});
+  EXPECT_EQ(run({"-r", "-o", ".", "fw.hex"}).status, 0);
+  EXPECT_EQ(folder.read("fw-0000fffe.bin"), "dcba");
+  EXPECT_EQ(folder.read("fw-00010006.bin"), "zyx");
+}
+
+TEST_F(Qorhex, ManySegmentsAreListed) {
+  std::string text;
+  for (unsigned i = 0; i < 300; ++i) {
+    text += dataRecord(i * 3, "ab");
+  }
+  folder.write("fw.hex", text + endRecord);
+  const std::string listing = run({"fw.hex"}).out;
+  EXPECT_EQ(std::count(listing.begin(), listing.end(), '\n'), 302);
+  EXPECT_NE(listing.find("\n  299  0x00000381  0x00000382    2\n"),
+            std::string::npos);
+}
+
+TEST_F(Qorhex, ManySegmentsAreWritten) {
+  std::string text;
+  for (unsigned i = 0; i < 40; ++i) {
+    text += dataRecord(i * 3, "ab");
+  }
+  folder.write("fw.hex", text + endRecord);
+  EXPECT_EQ(run({"-o", ".", "fw.hex"}).status, 0);
+  EXPECT_EQ(folder.names().size(), 41U);
+  EXPECT_EQ(folder.read("fw-00000075.bin"), "ab");
+}
+
+TEST_F(Qorhex, TheOutputFolderMustExist) {
+  folder.write("fw.hex", sampleText);
+  expectFailure({"-o", "none", "fw.hex"},
+                "qorhex: none: No such file or directory\n");
+  expectFailure({"-o", "fw.hex", "fw.hex"},
+                "qorhex: fw.hex: Not a directory\n");
+  expectFailure({"-b", "none/fw.bin", "fw.hex"},
+                "qorhex: none/fw.bin: No such file or directory\n");
+}
+
+TEST_F(Qorhex, AFolderIsNoTarget) {
+  folder.write("fw.hex", sampleText);
+  std::filesystem::create_directory(folder.path("fw.bin"));
+  expectFailure({"-b", "fw.bin", "fw.hex"}, "qorhex: fw.bin: Is a directory\n");
+}
+
+TEST_F(Qorhex, ANewFileHasTheModeOfTheUmask) {
+  folder.write("fw.hex", sampleText);
+  EXPECT_EQ(run({"-b", "fw.bin", "fw.hex"}, [] { umask(027); }).status, 0);
+
+  struct stat status {};
+
+  ASSERT_EQ(stat(folder.path("fw.bin").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0640U);
+}
+
+TEST_F(Qorhex, AReplacedFileKeepsItsMode) {
+  folder.write("fw.hex", sampleText);
+  folder.write("fw.bin", "old and longer");
+  chmod(folder.path("fw.bin").c_str(), 0751);
+  EXPECT_EQ(run({"-b", "fw.bin", "fw.hex"}, [] { umask(077); }).status, 0);
+
+  struct stat status {};
+
+  ASSERT_EQ(stat(folder.path("fw.bin").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0751U);
+  EXPECT_EQ(folder.read("fw.bin"), "ABCD");
+  EXPECT_THAT(folder.names(), ElementsAre("fw.bin", "fw.hex"));
+}
+
+TEST_F(Qorhex, SymbolicLinksAreFollowed) {
+  folder.write("fw.hex", sampleText);
+  std::filesystem::create_directory(folder.path("sub"));
+  folder.write("sub/real.bin", "old");
+  std::filesystem::create_symlink("real.bin", folder.path("sub/inner"));
+  std::filesystem::create_symlink("sub/inner", folder.path("outer"));
+  EXPECT_EQ(run({"-b", "outer", "fw.hex"}).status, 0);
+  EXPECT_EQ(folder.read("sub/real.bin"), "ABCD");
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.path("outer")));
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.path("sub/inner")));
+}
+
+TEST_F(Qorhex, ADanglingLinkIsFollowed) {
+  folder.write("fw.hex", sampleText);
+  std::filesystem::create_directory(folder.path("sub"));
+  std::filesystem::create_symlink(folder.path("sub/new.bin"),
+                                  folder.path("link"));
+  EXPECT_EQ(run({"-b", "link", "fw.hex"}).status, 0);
+  EXPECT_EQ(folder.read("sub/new.bin"), "ABCD");
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.path("link")));
+}
+
+TEST_F(Qorhex, ALoopOfLinksIsAnError) {
+  folder.write("fw.hex", sampleText);
+  std::filesystem::create_symlink("b", folder.path("a"));
+  std::filesystem::create_symlink("a", folder.path("b"));
+  expectFailure({"-b", "a", "fw.hex"},
+                "qorhex: a: Too many levels of symbolic links\n");
+}
+
+TEST_F(Qorhex, AFullDeviceIsAnError) {
+  folder.write("fw.hex", sampleText);
+  expectFailure({"-b", "/dev/full", "fw.hex"},
+                "qorhex: /dev/full: No space left on device\n");
+}
+
+TEST_F(Qorhex, StandardOutputTakesTheImage) {
+  folder.write("fw.hex", sampleText);
+  const processResult_t result = run({"-b", "/dev/stdout", "fw.hex"});
+  EXPECT_EQ(result.out, "ABCD");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(Qorhex, AppendedStandardOutputKeepsWhatItHolds) {
+  folder.write("fw.hex", sampleText);
+  folder.write("all.bin", "before ");
+  const processResult_t result = run({"-b", "/dev/stdout", "fw.hex"}, [] {
+    dup2(open("all.bin", O_WRONLY | O_APPEND), STDOUT_FILENO);
+  });
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(folder.read("all.bin"), "before ABCD");
+}
+
+TEST_F(Qorhex, AFifoTakesTheImage) {
+  folder.write("fw.hex", sampleText);
+  ASSERT_EQ(mkfifo(folder.path("fifo").c_str(), 0600), 0);
+  const int reader = open(folder.path("fifo").c_str(), O_RDONLY | O_NONBLOCK);
+  EXPECT_EQ(run({"-b", "fifo", "fw.hex"}).status, 0);
+  char text[16];
+  EXPECT_EQ(read(reader, text, sizeof text), 4);
+  EXPECT_EQ(Bytes(text, 4), "ABCD");
+  close(reader);
+  EXPECT_THAT(folder.names(), ElementsAre("fifo", "fw.hex"));
+}
+
+// A disk with room for `size` bytes per file.
+std::function<void()> fileLimit(rlim_t size) {
+  return [size] {
+    const rlimit limit{size, size};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  };
+}
+
+TEST_F(Qorhex, AFailedWriteLeavesTheOldFile) {
+  folder.write("fw.hex", dataRecord(0, Bytes(200, 'n')) + endRecord);
+  folder.write("fw.bin", "old");
+  expectFailure({"-b", "fw.bin", "fw.hex"}, "qorhex: fw.bin: File too large\n",
+                fileLimit(100));
+  EXPECT_EQ(folder.read("fw.bin"), "old");
+}
+
+TEST_F(Qorhex, AFailedSegmentLeavesAllTheOldFiles) {
+  folder.write("fw.hex", dataRecord(0, "new") +
+                             dataRecord(0x100, Bytes(200, 'n')) + endRecord);
+  folder.write("fw-00000000.bin", "old");
+  expectFailure({"-o", ".", "fw.hex"},
+                "qorhex: ./fw-00000100.bin: File too large\n", fileLimit(100));
+  EXPECT_EQ(folder.read("fw-00000000.bin"), "old");
+}
+
+TEST_F(Qorhex, AFullAnonymousFileIsAnError) {
+  folder.write("fw.hex", hexRecord(5, 0, "main") +
+                             dataRecord(0, Bytes(200, 'n')) + endRecord);
+  expectFailure({"fw.hex"}, "qorhex: fw.hex: File too large\n", fileLimit(100));
+}
+
+TEST_F(Qorhex, TheInputMayBeReplaced) {
+  folder.write("fw.hex", sampleText);
+  EXPECT_EQ(run({"-b", "fw.hex", "fw.hex"}).status, 0);
+  EXPECT_EQ(folder.read("fw.hex"), "ABCD");
+}
+
+TEST_F(Qorhex, ProgressIsToldInTenths) {
+  folder.write("fw.hex", sampleText);
+  const processResult_t result = run({"-p", "-b", "fw.bin", "fw.hex"});
+  EXPECT_EQ(result.err,
+            "qorhex: fw.hex: read 100%\n"
+            "qorhex: fw.bin: written 100%\n");
+  EXPECT_EQ(result.out, "");
+  std::string text;
+  for (unsigned i = 0; i < 4096; ++i) {
+    text += dataRecord(i * 16, "0123456789abcdef");
+  }
+  folder.write("fw.hex", text + endRecord);
+  EXPECT_EQ(run({"--progress", "fw.hex"}).err,
+            "qorhex: fw.hex: read 30%\n"
+            "qorhex: fw.hex: read 70%\n"
+            "qorhex: fw.hex: read 100%\n");
+}
+
+// ------------------------------------------------------------------- Strict
+
+TEST_F(Qorhex, StrictReadsPlainText) {
+  expectImage(sampleText, "ABCD", "", {"--strict"});
+}
+
+TEST_F(Qorhex, StrictLeavesTheMessagesToTheLibrary) {
+  folder.write("fw.hex", hexRecord(5, 0, "main") + endRecord);
+  const processResult_t result = run({"--strict", "-b", "fw.bin", "fw.hex"});
+  EXPECT_EQ(result.out, hexRecord(5, 0, "main"));
+  EXPECT_EQ(result.err,
+            "#ERROR: unsupported record type found (5)\n"
+            "qorhex: fw.hex: the library cannot load this file\n");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(folder.names(), ElementsAre("fw.hex"));
+}
+
+TEST_F(Qorhex, StrictNamesTheFileOfAnException) {
+  folder.write("fw.hex", ":0400000041\n");
+  folder.write("odd.hex", ":0400000041424\n");
+  const processResult_t result = run({"--strict", "odd.hex"});
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err,
+              testing::MatchesRegex("qorhex: odd.hex: the library cannot load "
+                                    "this file: .+\n"));
+  EXPECT_EQ(result.status, 1);
+}
+
+TEST_F(Qorhex, StrictNamesAMissingFile) {
+  expectFailure({"--strict", "none.hex"},
+                "#ERROR: failed to open \"none.hex\"\n"
+                "qorhex: none.hex: the library cannot load this file\n");
+}
+
+TEST_F(Qorhex, StrictLaysLaterBlocksOverEarlierOnes) {
+  const std::string text = dataRecord(0, "abcdefgh") + dataRecord(2, "CDE") +
+                           dataRecord(4, "5") + dataRecord(8, "i") + endRecord;
+  expectImage(text, "abCD5fghi", "", {"--strict"});
+  expectImage(text, "ihgf5DCba", "", {"--strict", "-r"});
+  EXPECT_EQ(run({"--strict", "fw.hex"}).out,
+            "   no  first       last        size\n"
+            "    0  0x00000000  0x00000008  9\n"
+            "total                          9\n");
+}
+
+}  // namespace

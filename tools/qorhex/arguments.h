@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+//
+// The command line of qorhex.
+
+#ifndef QORHEX_ARGUMENTS_H
+#define QORHEX_ARGUMENTS_H
+
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// What the user asks for.
+struct arguments_t {
+  /// The HEX files.
+  std::vector<std::string> files;
+  /// The folder for the segments.
+  std::optional<std::string> outputFolder;
+  /// The file for the whole image.
+  std::optional<std::string> binaryFile;
+  /// The largest image that goes into `binaryFile`, in bytes.
+  std::uint64_t maxSize{256ULL << 20U};
+  /// Whether each segment is reversed.
+  bool reverse{false};
+  /// Whether the library gets the files unread.
+  bool strict{false};
+  /// Whether conflicting bytes are accepted.
+  bool force{false};
+  /// Whether progress is told.
+  bool progress{false};
+  /// How often --verbose was given.
+  int verbosity{0};
+};
+
+/// The exit statuses.
+enum exitStatus_t : int {
+  /// All is well.
+  ALL_WELL = 0,
+  /// A file failed, or the output.
+  FAILED = 1,
+  /// The command line makes no sense.
+  WRONG_USAGE = 2
+};
+
+/// Reads the command line into `arguments`. Returns the status to exit with,
+/// after a message for wrong usage and after --help and --version, which are
+/// answered on `out`; or nothing when there is work to do.
+std::optional<exitStatus_t> readArguments(int argc, char** argv,
+                                          arguments_t& arguments,
+                                          std::ostream& out);
+
+/// Returns the file name in `path` without its last extension.
+std::string stemOf(const std::string& path);
+
+#endif  // QORHEX_ARGUMENTS_H

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+
+#include "descriptor.h"
+
+#include <cerrno>
+#include <utility>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <qorutil/exception.h>
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+  if (this != &other) {
+    reset();
+    number = other.release();
+  }
+  return *this;
+}
+
+int Descriptor::release() {
+  return std::exchange(number, -1);
+}
+
+void Descriptor::reset() {
+  if (isOpen()) {
+    ::close(release());
+  }
+}
+
+void throwSystemError(const std::string& subject) {
+  const int error = errno;
+  throw QorException(error, subject.c_str());
+}
+
+void throwError(const std::string& subject, const std::string& text) {
+  throw QorException(0, (subject + ": " + text).c_str());
+}
+
+Descriptor makeAnonymousFile(const std::string& subject) {
+  Descriptor file(::memfd_create("qorhex", MFD_CLOEXEC));
+  if (!file.isOpen()) {
+    throwSystemError(subject + ": anonymous file");
+  }
+  return file;
+}
+
+std::string pathOf(const Descriptor& descriptor) {
+  return "/proc/self/fd/" + std::to_string(descriptor.get());
+}
+
+std::size_t readSome(int descriptor, char* buffer, std::size_t size,
+                     const std::string& subject) {
+  for (;;) {
+    const ssize_t count = ::read(descriptor, buffer, size);
+    if (count >= 0) {
+      return static_cast<std::size_t>(count);
+    }
+    if (errno != EINTR) {
+      throwSystemError(subject);
+    }
+  }
+}
+
+void writeAll(int descriptor, const void* data, std::size_t size,
+              const std::string& subject) {
+  const auto* cursor = static_cast<const char*>(data);
+  while (size != 0) {
+    const ssize_t written = ::write(descriptor, cursor, size);
+    if (written >= 0) {
+      cursor += written;
+      size -= static_cast<std::size_t>(written);
+    } else if (errno != EINTR) {
+      throwSystemError(subject);
+    }
+  }
+}

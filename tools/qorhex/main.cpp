@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+//
+// qorhex: lists the segments of Intel HEX files and writes them as raw binary
+// files.
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <exception>
+#include <iostream>
+#include <new>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <qorutil/exception.h>
+#include <qorutil/intelhex.h>
+
+#include "arguments.h"
+#include "descriptor.h"
+#include "messages.h"
+#include "reading.h"
+#include "segments.h"
+#include "writing.h"
+
+namespace {
+
+// Makes sure that no file of ours becomes standard input, output or error.
+// What was closed cannot be written to afterwards either.
+void occupyStandardDescriptors() {
+  int descriptor = 0;
+  do {
+    descriptor = ::open("/dev/null", O_RDONLY);
+  } while (descriptor >= 0 && descriptor <= 2);
+  Descriptor(descriptor).reset();
+}
+
+bool isFolder(const std::string& path) {
+  struct stat status {};
+
+  if (::stat(path.c_str(), &status) != 0) {
+    return false;
+  }
+  errno = ENOTDIR;
+  return S_ISDIR(status.st_mode);
+}
+
+// Writes `text` to standard output and tells whether it arrived there.
+bool writeOutput(const std::string& text) {
+  errno = 0;
+  std::cout << text << std::flush;
+  if (std::cout) {
+    return true;
+  }
+  const int error = errno;
+  std::cout.clear();
+  messageAbout("standard output")
+      << (error != 0 ? std::strerror(error) : "cannot be written") << '\n';
+  return false;
+}
+
+bool handleFile(const arguments_t& arguments, const std::string& path) {
+  try {
+    const IntelHexFile image = readImage(arguments, path);
+    std::vector<segment_t> segments = joinBlocks(image);
+    if (arguments.reverse) {
+      reverseSegments(segments);
+    }
+    if (arguments.outputFolder || arguments.binaryFile) {
+      writeFiles(arguments, path, segments);
+      return true;
+    }
+    std::ostringstream table;
+    if (arguments.files.size() > 1) {
+      table << path << ":\n";
+    }
+    listSegments(table, segments);
+    return writeOutput(table.str());
+  } catch (const QorException& failure) {
+    std::cerr << "qorhex: " << failure.what() << '\n';
+  } catch (const std::bad_alloc&) {
+    messageAbout(path) << "out of memory\n";
+  }
+  return false;
+}
+
+exitStatus_t handleFiles(const arguments_t& arguments) {
+  if (arguments.outputFolder && !isFolder(*arguments.outputFolder)) {
+    messageAbout(*arguments.outputFolder) << std::strerror(errno) << '\n';
+    return FAILED;
+  }
+  bool well = true;
+  for (const std::string& path : arguments.files) {
+    well = handleFile(arguments, path) && well;
+  }
+  return well ? ALL_WELL : FAILED;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  occupyStandardDescriptors();
+  // A file beyond the limit is an error like a full disk, not the end.
+  std::signal(SIGXFSZ, SIG_IGN);
+  try {
+    arguments_t arguments;
+    std::ostringstream answer;
+    if (const auto status = readArguments(argc, argv, arguments, answer)) {
+      return writeOutput(answer.str()) ? *status : FAILED;
+    }
+    return handleFiles(arguments);
+  } catch (const std::exception& exception) {
+    std::cerr << "qorhex: " << exception.what() << '\n';
+    return FAILED;
+  }
+}

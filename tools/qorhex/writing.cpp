@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+
+#include "writing.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <iomanip>
+#include <ostream>
+#include <utility>
+
+#include "messages.h"
+#include "output.h"
+
+namespace {
+
+constexpr int addressDigits = 8;
+
+void appendSegment(OutputFile& out, const segment_t& segment,
+                   Progress& progress) {
+  for (const stretch_t& stretch : segment.stretches) {
+    out.append(stretch.data, stretch.size);
+    progress.advance(stretch.size);
+  }
+}
+
+OutputFile makeSegmentFile(const arguments_t& arguments,
+                           const std::string& name, const segment_t& segment) {
+  OutputFile out(name);
+  Progress progress(arguments.progress, name, "written", segment.size);
+  appendSegment(out, segment, progress);
+  out.complete();
+  progress.finish();
+  return out;
+}
+
+OutputFile makeImageFile(const arguments_t& arguments, const std::string& name,
+                         const std::vector<segment_t>& segments,
+                         std::uint64_t size) {
+  OutputFile out(name);
+  Progress progress(arguments.progress, name, "written", size);
+  std::uint64_t end = segments.empty() ? 0 : segments.front().address;
+  for (const segment_t& segment : segments) {
+    out.appendGap(segment.address - end);
+    progress.advance(segment.address - end);
+    appendSegment(out, segment, progress);
+    end = segment.end();
+  }
+  out.complete();
+  progress.finish();
+  return out;
+}
+
+// The bytes from the first address to the last; refused beyond --max-size.
+std::uint64_t checkSpan(const arguments_t& arguments, const std::string& path,
+                        const std::vector<segment_t>& segments) {
+  if (segments.empty()) {
+    return 0;
+  }
+  const std::uint64_t first = segments.front().address;
+  const std::uint64_t size = segments.back().end() - first;
+  if (size > arguments.maxSize) {
+    throwError(path, "the image spans " + std::to_string(size) +
+                         " bytes from " + hexText(first, addressDigits) +
+                         " to " + hexText(first + size - 1, addressDigits) +
+                         ", more than the " +
+                         std::to_string(arguments.maxSize) +
+                         " that --max-size allows for --binary");
+  }
+  return size;
+}
+
+std::string segmentFileName(const std::string& folder, const std::string& path,
+                            const segment_t& segment) {
+  const std::string address = hexText(segment.address, addressDigits).substr(2);
+  return folder + '/' + stemOf(path) + '-' + address + ".bin";
+}
+
+}  // namespace
+
+void listSegments(std::ostream& os, const std::vector<segment_t>& segments) {
+  std::uint64_t total = 0;
+  for (const segment_t& segment : segments) {
+    total += segment.size;
+  }
+  const std::string totalText = std::to_string(total);
+  if (segments.empty()) {
+    os << "total  " << totalText << '\n';
+    return;
+  }
+  const auto width = static_cast<int>(totalText.size());
+  os << "   no  first       last        size\n";
+  for (std::size_t i = 0; i < segments.size(); ++i) {
+    const segment_t& segment = segments[i];
+    os << std::setw(5) << i << "  " << hexText(segment.address, addressDigits)
+       << "  " << hexText(segment.end() - 1, addressDigits) << "  "
+       << std::setw(width) << segment.size << '\n';
+  }
+  os << "total" << std::string(26, ' ') << totalText << '\n';
+}
+
+void writeFiles(const arguments_t& arguments, const std::string& path,
+                const std::vector<segment_t>& segments) {
+  std::vector<std::pair<std::string, OutputFile>> files;
+  const std::uint64_t span =
+      arguments.binaryFile ? checkSpan(arguments, path, segments) : 0;
+  if (arguments.outputFolder) {
+    for (const segment_t& segment : segments) {
+      const std::string name =
+          segmentFileName(*arguments.outputFolder, path, segment);
+      files.emplace_back(name, makeSegmentFile(arguments, name, segment));
+    }
+  }
+  if (arguments.binaryFile) {
+    files.emplace_back(
+        *arguments.binaryFile,
+        makeImageFile(arguments, *arguments.binaryFile, segments, span));
+  }
+  for (auto& [name, file] : files) {
+    file.commit();
+    if (arguments.verbosity > 0) {
+      messageAbout(name) << "written\n";
+    }
+  }
+}
