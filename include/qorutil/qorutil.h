@@ -12,6 +12,7 @@
 #include "qorutil/options.h"
 #include "qorutil/strings.h"
 #include "qorutil/system.h"
+#include "qorutil/time.h"
 #include "qorutil/version.h"
 
 #endif  // QORUTIL_QORUTIL_H

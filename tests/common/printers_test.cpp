@@ -4,6 +4,7 @@
 // writes there and what it leaves behind.
 
 #include "qorutil/formatting.h"
+#include "qorutil/time.h"
 
 #include <functional>
 #include <iomanip>
@@ -62,6 +63,17 @@ const PrinterCase printers[] = {
      "0000<unknown: 0xab>"},
     {"FormatFlags", [](std::ostream& os) { os << std::ios_base::dec; },
      "               ( dec )"},
+    {"Tm", [](std::ostream& os) { os << tm{}; }, "1900-01-00 00:00:00"},
+    {"Timeval",
+     [](std::ostream& os) {
+       os << timeval{3661, 5};
+     },
+     "01:01:01.000005"},
+    {"Timespec",
+     [](std::ostream& os) {
+       os << timespec{3661, 5};
+     },
+     "01:01:01.000000005"},
 };
 
 // Takes `capacity` characters; the next one fails, by the result of overflow()

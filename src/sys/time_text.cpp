@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+
+#include "qorutil/strings.h"
+#include "qorutil/time.h"
+
+#include <array>
+#include <chrono>
+#include <iomanip>
+#include <locale>
+#include <ostream>
+#include <sstream>
+
+#include "common/stream_state.h"
+
+namespace {
+
+// The wall clock in whole seconds, truncated toward zero.
+std::time_t wallClockSeconds() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return static_cast<std::time_t>(
+      std::chrono::duration_cast<std::chrono::seconds>(now).count());
+}
+
+tm utcTime(std::time_t seconds) {
+  tm broken{};
+  gmtime_r(&seconds, &broken);
+  return broken;
+}
+
+void printTimeOfDay(std::ostream& os, std::time_t seconds, char separatorHint) {
+  const tm time = utcTime(seconds);
+  const StreamState restored(os);
+  os.flags(std::ios_base::dec | std::ios_base::fixed);
+  os.fill('0');
+  const bool asIs = separatorHint == '-' || separatorHint == '.';
+  const char separator = asIs ? separatorHint : ':';
+  os << std::setw(2) << time.tm_hour;
+  if (separatorHint != '\0') {
+    os << separator;
+  }
+  os << std::setw(2) << time.tm_min;
+  if (separatorHint != '\0') {
+    os << separator;
+  }
+  os << std::setw(2) << time.tm_sec;
+}
+
+// The caller's fill character is the layout switch of the time of day.
+std::ostream& printTimeOfDay(std::ostream& os, std::time_t seconds,
+                             std::int64_t fraction, int fractionDigits) {
+  const StreamState restored(os);
+  os.flags(std::ios_base::right | std::ios_base::fixed);
+  os.fill(' ');
+  printTimeOfDay(os, seconds, restored.fill());
+  os << '.';
+  os.fill('0');
+  return os << std::setw(fractionDigits) << fraction;
+}
+
+}  // namespace
+
+std::string getAscTime() {
+  const std::time_t now = wallClockSeconds();
+  tm local{};
+  if (localtime_r(&now, &local) == nullptr) {
+    return {};
+  }
+  std::array<char, 64> buffer{};
+  asctime_r(&local, buffer.data());
+  std::string text(buffer.data());
+  return rightTrim(text, " \t\r\n\f");
+}
+
+std::string printTime(std::uint64_t microseconds) {
+  timeval time{};
+  if (microseconds == 0) {
+    gettimeofday(&time, nullptr);
+  } else {
+    time.tv_sec = static_cast<std::time_t>(microseconds / 1000000);
+    time.tv_usec = static_cast<suseconds_t>(microseconds % 1000000);
+  }
+  std::ostringstream text;
+  // A global locale with digit grouping would turn the year into "2,023".
+  text.imbue(std::locale::classic());
+  text << utcTime(time.tv_sec) << ',' << std::setfill('0') << std::setw(6)
+       << time.tv_usec;
+  return text.str();
+}
+
+std::string getPosixTime() {
+  const tm utc = utcTime(wallClockSeconds());
+  std::ostringstream text;
+  text << std::put_time(&utc, "%F %T");
+  return text.str();
+}
+
+std::ostream& operator<<(std::ostream& os, const tm& time) {
+  const StreamState restored(os);
+  os.flags(std::ios_base::dec | std::ios_base::fixed);
+  os.fill('0');
+  // Wider than the fields, so that no field value overflows.
+  os << std::setw(4) << std::int64_t{time.tm_year} + 1900 << '-';
+  os << std::setw(2) << std::int64_t{time.tm_mon} + 1 << '-';
+  os << std::setw(2) << time.tm_mday << ' ';
+  os << std::setw(2) << time.tm_hour << ':';
+  os << std::setw(2) << time.tm_min << ':';
+  return os << std::setw(2) << time.tm_sec;
+}
+
+std::ostream& operator<<(std::ostream& os, const timeval& time) {
+  return printTimeOfDay(os, time.tv_sec, time.tv_usec, 6);
+}
+
+std::ostream& operator<<(std::ostream& os, const timespec& time) {
+  return printTimeOfDay(os, time.tv_sec, time.tv_nsec, 9);
+}
