@@ -10,6 +10,7 @@
 #include "qorutil/formatting.h"
 #include "qorutil/intelhex.h"
 #include "qorutil/options.h"
+#include "qorutil/scheduler.h"
 #include "qorutil/strings.h"
 #include "qorutil/system.h"
 #include "qorutil/time.h"

@@ -4,8 +4,10 @@
 // writes there and what it leaves behind.
 
 #include "qorutil/formatting.h"
+#include "qorutil/scheduler.h"
 #include "qorutil/time.h"
 
+#include <chrono>
 #include <functional>
 #include <iomanip>
 #include <ostream>
@@ -74,6 +76,14 @@ const PrinterCase printers[] = {
        os << timespec{3661, 5};
      },
      "01:01:01.000000005"},
+    {"Job",
+     [](std::ostream& os) {
+       JobScheduler::Job job;
+       job.period = std::chrono::nanoseconds(1000);
+       job.next += std::chrono::nanoseconds(8);
+       os << job;
+     },
+     "(***************01750 ns,0 ns,010 ns)"},
 };
 
 // Takes `capacity` characters; the next one fails, by the result of overflow()
