@@ -5,16 +5,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <memory>
 
 #include <unistd.h>
 
 IntelHexFileBlock::IntelHexFileBlock() = default;
 
-IntelHexFileBlock::IntelHexFileBlock(IntelHexFileBlock& other)
-    : data(other.data),
-      extAddress(other.extAddress),
-      address(other.address),
-      size(other.size) {}
+IntelHexFileBlock::IntelHexFileBlock(IntelHexFileBlock&) = default;
 
 IntelHexFileBlock::~IntelHexFileBlock() {
   clear();
@@ -58,12 +55,11 @@ bool IntelHexFileBlock::writeBinaryTo(int fd) const {
 }
 
 bool IntelHexFileBlock::writeBinaryTo(const char* path) const {
-  std::FILE* const file = std::fopen(path, "wb");
+  using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+  const File file(std::fopen(path, "wb"), std::fclose);
   if (file == nullptr) {
     std::cerr << "#ERROR: failed to create file \"" << path << '"' << std::endl;
     return false;
   }
-  const bool written = writeBinaryTo(fileno(file));
-  std::fclose(file);
-  return written;
+  return writeBinaryTo(fileno(file.get()));
 }
