@@ -125,8 +125,8 @@ bool IntelHexFile::load(const char* path, bool singleBlock) {
       return false;
     }
   } else {
-    for (RecordIterator first = lines.begin(); first != lines.end();) {
-      const RecordIterator last = runEnd(first, lines.end());
+    for (auto first = lines.cbegin(); first != lines.cend();) {
+      const RecordIterator last = runEnd(first, lines.cend());
       loaded.createNewBlock(first, last);
       first = last;
     }
