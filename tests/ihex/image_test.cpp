@@ -1,0 +1,956 @@
+// SPDX-License-Identifier: MIT
+
+#include "qorutil/intelhex.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/allocation.h"
+#include "support/capture.h"
+#include "support/files.h"
+#include "support/hexrecord.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+using Record = IntelHexFile::hexfileline_t;
+using Records = std::set<Record>;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// While it is not negative, the number of bytes that `read` still gives before
+// it fails with EIO.
+ssize_t readable = -1;
+
+}  // namespace
+
+// Wins over that of libc; it passes everything through unless a failure has
+// been ordered.
+extern "C" ssize_t read(int fd, void* buffer, std::size_t length) {
+  if (readable == 0) {
+    errno = EIO;
+    return -1;
+  }
+  if (readable > 0) {
+    length = std::min(length, static_cast<std::size_t>(readable));
+  }
+  const ssize_t result = syscall(SYS_read, fd, buffer, length);
+  if (readable > 0 && result > 0) {
+    readable -= result;
+  }
+  return result;
+}
+
+namespace {
+
+static_assert(std::is_copy_constructible_v<IntelHexFile>);
+static_assert(std::is_copy_assignable_v<IntelHexFile>);
+static_assert(std::is_nothrow_move_constructible_v<IntelHexFile>);
+static_assert(std::is_nothrow_move_assignable_v<IntelHexFile>);
+static_assert(!std::is_polymorphic_v<IntelHexFile>);
+static_assert(std::is_same_v<IntelHexFileBlock*,
+                             decltype(std::declval<const IntelHexFile&>()[0])>);
+static_assert(std::is_same_v<void, decltype(std::declval<const IntelHexFile&>()
+                                                .reverseBuffers())>);
+static_assert(std::is_same_v<
+              bool, decltype(std::declval<const IntelHexFile&>().hasData())>);
+static_assert(
+    std::is_same_v<std::size_t, decltype(std::declval<const IntelHexFile&>()
+                                             .getBlockCount())>);
+
+// Texts of the transcript, each with its mark. Of two in a row on one stream
+// the second has none: behind `zeroWarning` comes unmarked().
+std::string unmarked(const std::string& text) {
+  return text.substr(sizeof "<err>" - 1);
+}
+
+const std::string end = ":00000001FF\n";
+const std::string tooShort =
+    "<out>void IntelHexFile::parseLine(std::__cxx11::string&, "
+    "IntelHexFile::hexfileline_t&): hexline to short\n<flush>";
+const std::string zeroWarning =
+    "<err>#ERROR: line.data.size() is zero\n<flush>";
+const std::string noFit =
+    "<err>#ERROR: records do not fit into a single block\n<flush>";
+const std::string noEnd =
+    "<err>#ERROR: end of file reached without EoF-record. HEX file might be "
+    "corrupt.\n<flush>";
+
+std::string corrupt(const std::string& line) {
+  return "<err>#ERROR: corrupt line data in line \"" + line + "\"\n<flush>";
+}
+
+std::string unsupported(const std::string& line, const std::string& type) {
+  return "<out>" + line + "\n<flush><err>#ERROR: unsupported record type " +
+         "found (" + type + ")\n<flush>";
+}
+
+std::string dataLine(unsigned address, const Bytes& data) {
+  return hexRecord(0, address, data) + "\n";
+}
+
+// A data record of `size` bytes of one value.
+std::string dataLine(unsigned address, std::size_t size, unsigned char value) {
+  return dataLine(address, Bytes(size, value));
+}
+
+std::string upperLine(unsigned upper) {
+  return hexRecord(4, 0,
+                   {static_cast<unsigned char>(upper >> 8),
+                    static_cast<unsigned char>(upper & 0xFF)}) +
+         "\n";
+}
+
+struct ExpectedBlock {
+  unsigned extAddress;
+  unsigned address;
+  Bytes data;
+};
+
+Bytes concatenated(std::initializer_list<Bytes> parts) {
+  Bytes all;
+  for (const Bytes& part : parts) {
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  return all;
+}
+
+void expectBlocks(const IntelHexFile& image,
+                  const std::vector<ExpectedBlock>& expected) {
+  ASSERT_EQ(image.getBlockCount(), expected.size());
+  EXPECT_EQ(image.hasData(), !expected.empty());
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_EQ(image[i]->extAddress, expected[i].extAddress) << "block " << i;
+    EXPECT_EQ(image[i]->address, expected[i].address) << "block " << i;
+    EXPECT_EQ(image[i]->size, expected[i].data.size()) << "block " << i;
+    EXPECT_EQ(image[i]->data, expected[i].data) << "block " << i;
+  }
+}
+
+class Loading : public testing::Test {
+ protected:
+  std::string path() const { return folder.path("test.hex"); }
+
+  // Loads a file of `text` into `image`, which is what the call is about, and
+  // sees to it that no descriptor stays open.
+  bool load(const std::string& text, bool singleBlock) {
+    writeFile(path(), text);
+    return loadPath(path().c_str(), singleBlock);
+  }
+
+  bool loadPath(const char* name, bool singleBlock) {
+    const std::size_t before = openDescriptors();
+    const Capture capture;
+    const bool result = image.load(name, singleBlock);
+    transcript = capture.transcript();
+    EXPECT_EQ(openDescriptors(), before);
+    return result;
+  }
+
+  // Loads a file of `text` in both modes, which shall fail with `messages` and
+  // leave an image with a block as it was.
+  void expectFailure(const std::string& text, const std::string& messages) {
+    writeFile(path(), text);
+    expectPathFailure(path().c_str(), messages);
+  }
+
+  void expectPathFailure(const char* name, const std::string& messages) {
+    for (const bool singleBlock : {false, true}) {
+      const unsigned char byte = 7;
+      image = IntelHexFile(1, 2, 1, &byte);
+      IntelHexFileBlock* const block = image[0];
+      EXPECT_FALSE(loadPath(name, singleBlock)) << singleBlock;
+      EXPECT_EQ(transcript, messages) << singleBlock;
+      expectBlocks(image, {{1, 2, {7}}});
+      EXPECT_EQ(image[0], block);
+    }
+  }
+
+  // Loads a file of `text` into one block, for which its records do not fit.
+  void expectRefused(const std::string& text) {
+    const unsigned char byte = 7;
+    image = IntelHexFile(1, 2, 1, &byte);
+    EXPECT_FALSE(load(text, true));
+    EXPECT_EQ(transcript, noFit);
+    expectBlocks(image, {{1, 2, {7}}});
+  }
+
+  // Loads a file of `text`, which shall give `expected` without a word.
+  void expectLoaded(const std::string& text, bool singleBlock,
+                    const std::vector<ExpectedBlock>& expected) {
+    image.clear();
+    EXPECT_TRUE(load(text, singleBlock));
+    EXPECT_EQ(transcript, "");
+    expectBlocks(image, expected);
+  }
+
+  void expectLoadedInBothModes(const std::string& text,
+                               const std::vector<ExpectedBlock>& expected) {
+    expectLoaded(text, false, expected);
+    expectLoaded(text, true, expected);
+  }
+
+  TemporaryFolder folder;
+  IntelHexFile image;
+  std::string transcript;
+};
+
+const std::string first = dataLine(0, 16, 0xA1);
+const std::string second = dataLine(0x10, 16, 0xB2);
+const std::string third = dataLine(0x30, 16, 0xC3);
+const Bytes firstTwo = concatenated({Bytes(16, 0xA1), Bytes(16, 0xB2)});
+
+TEST_F(Loading, GapCutsARun) {
+  expectLoaded(first + second + third + end, false,
+               {{0, 0, firstTwo}, {0, 0x30, Bytes(16, 0xC3)}});
+}
+
+TEST_F(Loading, SingleBlockFillsTheGapWithFF) {
+  expectLoaded(
+      first + second + third + end, true,
+      {{0, 0, concatenated({firstTwo, Bytes(16, 0xFF), Bytes(16, 0xC3)})}});
+}
+
+TEST_F(Loading, OrderInTheFileDoesNotMatter) {
+  expectLoaded(third + first + second + end, false,
+               {{0, 0, firstTwo}, {0, 0x30, Bytes(16, 0xC3)}});
+  expectLoaded(
+      third + first + second + end, true,
+      {{0, 0, concatenated({firstTwo, Bytes(16, 0xFF), Bytes(16, 0xC3)})}});
+}
+
+TEST_F(Loading, UpperAddressGoesIntoTheBlock) {
+  expectLoadedInBothModes(upperLine(1) + dataLine(0x8000, {1, 2}) + end,
+                          {{1, 0x8000, {1, 2}}});
+}
+
+TEST_F(Loading, UpperAddressTakesTheMostSignificantByteFirst) {
+  expectLoadedInBothModes(upperLine(0x1234) + dataLine(0, {1}) + end,
+                          {{0x1234, 0, {1}}});
+}
+
+TEST_F(Loading, UpperAddressHoldsUntilTheNext) {
+  expectLoaded(
+      upperLine(2) + dataLine(0, {1}) + dataLine(8, {2}) + upperLine(1) +
+          dataLine(4, {3}) + upperLine(0) + dataLine(0xFFFF, {4}) + end,
+      false, {{0, 0xFFFF, {4}}, {1, 4, {3}}, {2, 0, {1}}, {2, 8, {2}}});
+}
+
+TEST_F(Loading, UpperAddressStartsAtZeroInEachLoad) {
+  ASSERT_TRUE(load(upperLine(5) + dataLine(0, {1}) + end, false));
+  ASSERT_TRUE(load(dataLine(0, {2}) + end, false));
+  expectBlocks(image, {{5, 0, {1}}, {0, 0, {2}}});
+}
+
+TEST_F(Loading, UpperAddressRecordMayHaveAnAddressAndMoreBytes) {
+  expectLoadedInBothModes(
+      hexRecord(4, 0x5555, {0, 3, 9, 9}) + "\n" + dataLine(1, {1}) + end,
+      {{3, 1, {1}}});
+}
+
+TEST_F(Loading, UpperAddressAloneMakesNoBlock) {
+  expectLoadedInBothModes(upperLine(1) + end, {});
+}
+
+TEST_F(Loading, EdgeOf64KiBCutsARun) {
+  expectLoaded(
+      dataLine(0xFFF0, 16, 1) + upperLine(1) + dataLine(0, 16, 2) + end, false,
+      {{0, 0xFFF0, Bytes(16, 1)}, {1, 0, Bytes(16, 2)}});
+}
+
+TEST_F(Loading, SingleBlockRefusesTwoUpperAddresses) {
+  expectRefused(dataLine(0xFFF0, 16, 1) + upperLine(1) + dataLine(0, 16, 2) +
+                end);
+  expectRefused(dataLine(0, 1, 1) + upperLine(1) + dataLine(0, 1, 2) + end);
+}
+
+TEST_F(Loading, RecordAcrossTheEdgeOf64KiBStaysInOneBlock) {
+  expectLoadedInBothModes(dataLine(0xFFFF, {1, 2, 3}) + end,
+                          {{0, 0xFFFF, {1, 2, 3}}});
+}
+
+TEST_F(Loading, RunDoesNotWrapAtTheEdgeOf64KiB) {
+  const std::string text =
+      dataLine(0xFFFF, {1, 2}) + dataLine(1, {3}) + dataLine(0, {4}) + end;
+  expectLoaded(text, false, {{0, 0, {4, 3}}, {0, 0xFFFF, {1, 2}}});
+  Bytes whole(0x10001, 0xFF);
+  whole[0] = 4;
+  whole[1] = 3;
+  whole[0xFFFF] = 1;
+  whole[0x10000] = 2;
+  expectLoaded(text, true, {{0, 0, whole}});
+}
+
+TEST_F(Loading, LargestBlockEnds254BytesBeyondTheEdge) {
+  Bytes whole(0xFFFF + 255, 0xFF);
+  whole[0] = 1;
+  std::fill(whole.begin() + 0xFFFF, whole.end(), std::uint8_t{2});
+  expectLoaded(dataLine(0, {1}) + dataLine(0xFFFF, 255, 2) + end, true,
+               {{0, 0, whole}});
+}
+
+TEST_F(Loading, OverlapCutsARun) {
+  expectLoaded(dataLine(0, {1, 1, 1, 1}) + dataLine(2, {2, 2, 2, 2}) + end,
+               false, {{0, 0, {1, 1, 1, 1}}, {0, 2, {2, 2, 2, 2}}});
+}
+
+TEST_F(Loading, SingleBlockLaysTheHigherRecordOnTop) {
+  expectLoaded(dataLine(2, {2, 2, 2, 2}) + dataLine(0, {1, 1, 1, 1}) + end,
+               true, {{0, 0, {1, 1, 2, 2, 2, 2}}});
+}
+
+TEST_F(Loading, SingleBlockTakesARecordThatEndsWithTheLast) {
+  expectLoaded(dataLine(0, {1, 1, 1, 1}) + dataLine(2, {2, 2}) + end, true,
+               {{0, 0, {1, 1, 2, 2}}});
+}
+
+TEST_F(Loading, SingleBlockRefusesARecordThatEndsBeyondTheLast) {
+  expectRefused(dataLine(0, {1, 1, 1, 1}) + dataLine(2, {2}) + end);
+  expectRefused(dataLine(0, {1, 1, 1, 1, 1}) + dataLine(1, {2}) +
+                dataLine(2, {2, 2}) + end);
+}
+
+TEST_F(Loading, FirstOfTwoRecordsWithOneAddressWins) {
+  expectLoadedInBothModes(
+      dataLine(0, {1, 2}) + dataLine(0, {3, 4, 5, 6}) + dataLine(2, {7}) + end,
+      {{0, 0, {1, 2, 7}}});
+}
+
+TEST_F(Loading, OneAddressUnderTwoUpperAddressesIsNoRepeat) {
+  expectLoaded(dataLine(0, {1}) + upperLine(1) + dataLine(0, {2}) + end, false,
+               {{0, 0, {1}}, {1, 0, {2}}});
+}
+
+TEST_F(Loading, RecordWithoutDataIsABlockWithoutBytes) {
+  for (const bool singleBlock : {false, true}) {
+    image.clear();
+    EXPECT_TRUE(load(dataLine(0x10, {}) + end, singleBlock));
+    EXPECT_EQ(transcript, zeroWarning);
+    expectBlocks(image, {{0, 0x10, {}}});
+  }
+}
+
+TEST_F(Loading, RecordWithoutDataJoinsTheRunBeforeItAlone) {
+  EXPECT_TRUE(load(
+      dataLine(0, {1, 2}) + dataLine(2, {}) + dataLine(3, {3}) + end, false));
+  EXPECT_EQ(transcript, zeroWarning);
+  expectBlocks(image, {{0, 0, {1, 2}}, {0, 3, {3}}});
+}
+
+TEST_F(Loading, EndRecordAloneIsNoBlockAndNoFailure) {
+  expectLoadedInBothModes(end, {});
+}
+
+TEST_F(Loading, EndRecordNeedsNoNewline) {
+  expectLoadedInBothModes(dataLine(0, {1}) + ":00000001FF", {{0, 0, {1}}});
+}
+
+TEST_F(Loading, TextBehindTheEndRecordInItsLineIsIgnored) {
+  for (const std::string tail : {"\r\n", "  \n", "00", "x\n", ":0100"}) {
+    expectLoadedInBothModes(dataLine(0, {1}) + ":00000001FF" + tail,
+                            {{0, 0, {1}}});
+  }
+}
+
+TEST_F(Loading, LinesBehindTheEndRecordAreNotRead) {
+  expectLoadedInBothModes(
+      dataLine(0, {1}) + end + "garbage\n" + dataLine(1, {2}) + end,
+      {{0, 0, {1}}});
+}
+
+TEST_F(Loading, CarriageReturnsAndBlanksAreTakenAway) {
+  expectLoadedInBothModes("  :0100000055AA\r\n:0100010066\r98\r\n" + end,
+                          {{0, 0, {0x55, 0x66}}});
+}
+
+TEST_F(Loading, LowerCaseDigitsAreTaken) {
+  expectLoadedInBothModes(":03abcd00defabcf1\n" + end,
+                          {{0, 0xABCD, {0xDE, 0xFA, 0xBC}}});
+}
+
+TEST_F(Loading, AppendsToWhatIsThere) {
+  const std::string text = first + second + third + end;
+  ASSERT_TRUE(load(text, false));
+  IntelHexFileBlock* const block = image[0];
+  ASSERT_TRUE(load(text, false));
+  expectBlocks(image, {{0, 0, firstTwo},
+                       {0, 0x30, Bytes(16, 0xC3)},
+                       {0, 0, firstTwo},
+                       {0, 0x30, Bytes(16, 0xC3)}});
+  EXPECT_EQ(image[0], block);
+}
+
+TEST_F(Loading, MissingFileIsNamed) {
+  const std::string missing = folder.path("missing.hex");
+  expectPathFailure(missing.c_str(),
+                    "<err>#ERROR: failed to open \"" + missing + "\"\n<flush>");
+}
+
+TEST_F(Loading, EmptyPathIsAMissingFile) {
+  expectPathFailure("", "<err>#ERROR: failed to open \"\"\n<flush>");
+}
+
+TEST_F(Loading, NullPathLeavesStandardErrorBad) {
+  const Capture capture;
+  EXPECT_FALSE(image.load(nullptr, false));
+  EXPECT_EQ(capture.out(), "");
+  EXPECT_EQ(capture.err(), "#ERROR: failed to open \"");
+  EXPECT_TRUE(std::cerr.bad());
+  EXPECT_FALSE(image.hasData());
+}
+
+TEST_F(Loading, DirectoryIsAReadErrorAndEnds) {
+  expectPathFailure(folder.path("").c_str(), tooShort + corrupt(""));
+}
+
+TEST_F(Loading, ReadErrorIsAnEmptyLine) {
+  const std::string text = dataLine(0, {1}) + dataLine(1, {2}) + end;
+  // In front of all, between two lines, within a line, within the end record.
+  const std::size_t lineLength = dataLine(0, {1}).size();
+  for (const std::size_t position :
+       {std::size_t{0}, lineLength, lineLength + 5, 2 * lineLength + 3}) {
+    writeFile(path(), text);
+    const Capture capture;
+    readable = static_cast<ssize_t>(position);
+    EXPECT_FALSE(image.load(path().c_str(), false));
+    readable = -1;
+    EXPECT_EQ(capture.transcript(), tooShort + corrupt("")) << position;
+    EXPECT_FALSE(image.hasData());
+  }
+}
+
+TEST_F(Loading, ReadErrorComesAfterTheMessagesOfTheLinesBefore) {
+  writeFile(path(), dataLine(8, {}) + dataLine(0, {1}) + end);
+  const Capture capture;
+  readable = 15;
+  EXPECT_FALSE(image.load(path().c_str(), false));
+  readable = -1;
+  EXPECT_EQ(capture.transcript(), zeroWarning + tooShort + corrupt(""));
+}
+
+TEST_F(Loading, PipeIsReadAsItArrivesAndNotBeyondTheEndRecord) {
+  ASSERT_EQ(mkfifo(path().c_str(), 0600), 0);
+  int fd = -1;
+  std::thread writer([&] {
+    fd = open(path().c_str(), O_WRONLY | O_CLOEXEC);
+    for (const std::string& piece :
+         {first.substr(0, 20), first.substr(20) + second, end}) {
+      EXPECT_EQ(write(fd, piece.data(), piece.size()),
+                static_cast<ssize_t>(piece.size()));
+      std::this_thread::yield();
+    }
+  });
+  // The writer has not closed its end when the load returns.
+  EXPECT_TRUE(image.load(path().c_str(), false));
+  writer.join();
+  close(fd);
+  expectBlocks(image, {{0, 0, firstTwo}});
+}
+
+TEST_F(Loading, EmptyFileIsACorruptLine) {
+  expectFailure("", tooShort + corrupt(""));
+}
+
+TEST_F(Loading, MissingEndRecordBehindANewlineIsACorruptLine) {
+  expectFailure(first, tooShort + corrupt(""));
+}
+
+TEST_F(Loading, MissingEndRecordBehindALineWithoutNewlineIsNamed) {
+  expectFailure(hexRecord(0, 0, {1}), noEnd);
+  expectFailure(first + hexRecord(0, 0x10, {1}), noEnd);
+  expectFailure(upperLine(1) + hexRecord(4, 0, {0, 2}), noEnd);
+}
+
+TEST_F(Loading, BlankLinesAreCorrupt) {
+  for (const std::string line : {"\n", "\r\n", "   \n", "\r \r\n"}) {
+    const std::string left = line == "\r \r\n" ? " " : "";
+    expectFailure(first + line + second + end, tooShort + corrupt(left));
+    expectFailure(line + first + end, tooShort + corrupt(left));
+  }
+}
+
+TEST_F(Loading, CorruptLineIsShownCleanedUp) {
+  expectFailure("  :0400000001020304F3\r\n" + end,
+                "<err>#ERROR: checksum error.\n<flush>" +
+                    unmarked(corrupt(":0400000001020304F3")));
+}
+
+TEST_F(Loading, SilentlyRejectedLineIsCorrupt) {
+  for (const std::string line :
+       {":0000000000", ":04000000AABBCC", ":-F00000000"}) {
+    expectFailure(first + line + "\n" + end, corrupt(line));
+  }
+}
+
+TEST_F(Loading, WrongLengthIsCorrupt) {
+  expectFailure(":0400000001020304F2  \r\n" + end,
+                "<out>void IntelHexFile::parseLine(std::__cxx11::string&, "
+                "IntelHexFile::hexfileline_t&): second unexpected end of "
+                "line\n<flush>19, 21\n<flush>" +
+                    corrupt(":0400000001020304F2  "));
+}
+
+TEST_F(Loading, NulBytesAreShown) {
+  const std::string line("text\0text", 9);
+  expectFailure(line + "\n" + end, tooShort + corrupt(line));
+}
+
+TEST_F(Loading, FirstBadLineEndsTheLoad) {
+  expectFailure("first\nsecond\n", tooShort + corrupt("first"));
+}
+
+TEST_F(Loading, EveryOtherTypeIsUnsupported) {
+  for (unsigned type = 1; type < 255; ++type) {
+    if (type != 4) {
+      const std::string line = hexRecord(type, 0, {1});
+      expectFailure(first + " " + line + "\r \n" + end,
+                    unsupported(line, std::to_string(type)));
+    }
+  }
+}
+
+TEST_F(Loading, Type0xFFIsCorrupt) {
+  expectFailure(hexRecord(0xFF, 0, {1}) + "\n" + end,
+                corrupt(hexRecord(0xFF, 0, {1})));
+}
+
+TEST_F(Loading, LowerCaseEndRecordIsUnsupported) {
+  expectFailure(first + ":00000001ff\n",
+                zeroWarning + unsupported(":00000001ff", "1"));
+}
+
+TEST_F(Loading, EndRecordBehindABlankIsUnsupported) {
+  expectFailure(first + " :00000001FF\n",
+                zeroWarning + unsupported(":00000001FF", "1"));
+}
+
+TEST_F(Loading, EndRecordBehindACarriageReturnIsUnsupported) {
+  expectFailure(first + "\r:00000001FF\n",
+                zeroWarning + unsupported(":00000001FF", "1"));
+}
+
+TEST_F(Loading, TypeIsShownInDecimalOnAStreamSetToHex) {
+  writeFile(path(), ":010000100AE5\n");
+  const Capture capture;
+  std::cerr << std::hex << std::showbase;
+  EXPECT_FALSE(image.load(path().c_str(), false));
+  EXPECT_EQ(capture.transcript(), unsupported(":010000100AE5", "16"));
+}
+
+TEST_F(Loading, UpperAddressRecordWithFewerThanTwoBytesIsCorrupt) {
+  expectFailure(hexRecord(4, 0, {1}) + "\n" + end,
+                corrupt(hexRecord(4, 0, {1})));
+  expectFailure(hexRecord(4, 0, {}) + "\n" + end,
+                zeroWarning + unmarked(corrupt(hexRecord(4, 0, {}))));
+}
+
+TEST_F(Loading, LineThatEndsInsideItsDataThrows) {
+  const unsigned char byte = 7;
+  image = IntelHexFile(1, 2, 1, &byte);
+  writeFile(path(), first + ":04000000AABBC\n" + end);
+  const std::size_t before = openDescriptors();
+  for (const bool singleBlock : {false, true}) {
+    const Capture capture;
+    EXPECT_THROW(image.load(path().c_str(), singleBlock), std::out_of_range);
+    EXPECT_THROW(IntelHexFile(path().c_str(), singleBlock), std::out_of_range);
+    EXPECT_EQ(capture.transcript(), "");
+  }
+  EXPECT_EQ(openDescriptors(), before);
+  expectBlocks(image, {{1, 2, {7}}});
+}
+
+TEST_F(Loading, LeavesTheImageAloneWhereverMemoryRunsOut) {
+  writeFile(path(), first + upperLine(1) + first + third + end);
+  const unsigned char byte = 7;
+  const std::size_t before = openDescriptors();
+  long successes = 0;
+  for (bool failed = true; failed; ++successes) {
+    image = IntelHexFile(1, 2, 1, &byte);
+    bool loaded = false;
+    const Capture capture;
+    {
+      const FailingAllocation failing(successes);
+      try {
+        loaded = image.load(path().c_str(), false);
+      } catch (const std::bad_alloc&) {
+      }
+      failed = failing.happened();
+    }
+    ASSERT_EQ(loaded, !failed) << successes;
+    ASSERT_EQ(image.getBlockCount(), failed ? 1U : 4U) << successes;
+    ASSERT_EQ(image[0]->data, Bytes{7}) << successes;
+    ASSERT_EQ(openDescriptors(), before) << successes;
+  }
+  EXPECT_GT(successes, 10);
+}
+
+TEST_F(Loading, ConstructorLoads) {
+  writeFile(path(), first + second + third + end);
+  expectBlocks(IntelHexFile(path().c_str(), false),
+               {{0, 0, firstTwo}, {0, 0x30, Bytes(16, 0xC3)}});
+  EXPECT_EQ(IntelHexFile(path().c_str(), true).getBlockCount(), 1U);
+}
+
+TEST_F(Loading, FailureInTheConstructorLeavesAnEmptyImage) {
+  const Capture capture;
+  const IntelHexFile failed("/missing/file", false);
+  EXPECT_FALSE(failed.hasData());
+  EXPECT_EQ(capture.transcript(),
+            "<err>#ERROR: failed to open \"/missing/file\"\n<flush>");
+}
+
+TEST(Image, StartsEmpty) {
+  const IntelHexFile image;
+  EXPECT_FALSE(image.hasData());
+  EXPECT_EQ(image.getBlockCount(), 0U);
+}
+
+TEST(Image, OfRawDataIsOneBlockWithACopy) {
+  unsigned char data[] = {1, 2, 3, 4};
+  const IntelHexFile image(0x1234, 0x5678, 3, data);
+  data[0] = 9;
+  expectBlocks(image, {{0x1234, 0x5678, {1, 2, 3}}});
+}
+
+TEST(Image, OfNoRawDataIsABlockWithoutBytes) {
+  const IntelHexFile image(0xFFFF, 0xFFFF, 0, nullptr);
+  expectBlocks(image, {{0xFFFF, 0xFFFF, {}}});
+}
+
+// An image of two blocks.
+IntelHexFile twoBlocks() {
+  const unsigned char data[] = {1, 2, 3, 4};
+  IntelHexFile image(1, 2, 3, data);
+  Records records;
+  Record record;
+  record.address = 0x40;
+  record.data = {8, 9};
+  records.insert(record);
+  image.createNewBlock(records.begin(), records.end());
+  return image;
+}
+
+const std::vector<ExpectedBlock> theTwoBlocks{{1, 2, {1, 2, 3}},
+                                              {0, 0x40, {8, 9}}};
+
+TEST(Image, IndexBeyondTheLastBlockThrowsAText) {
+  const IntelHexFile empty;
+  const IntelHexFile image = twoBlocks();
+  for (const auto& [tested, id] :
+       {std::pair<const IntelHexFile&, std::size_t>{empty, 0},
+        {image, 2},
+        {image, 3},
+        {image, static_cast<std::size_t>(-1)}}) {
+    try {
+      static_cast<void>(tested[id]);
+      FAIL() << id;
+    } catch (const char* text) {
+      EXPECT_STREQ(text,
+                   "IntelHexFile::operator[](size_t id): id outside of range!");
+    }
+  }
+  expectBlocks(image, theTwoBlocks);
+}
+
+TEST(Image, BlocksCanBeChangedThroughAConstImage) {
+  const IntelHexFile image = twoBlocks();
+  image[0]->address = 0x99;
+  EXPECT_EQ(image[0]->address, 0x99);
+}
+
+TEST(Image, ReversesEveryBlockForItself) {
+  const IntelHexFile image = twoBlocks();
+  image.reverseBuffers();
+  expectBlocks(image, {{1, 2, {3, 2, 1}}, {0, 0x40, {9, 8}}});
+}
+
+TEST(Image, ClearDeletesAllBlocks) {
+  IntelHexFile image = twoBlocks();
+  image.clear();
+  expectBlocks(image, {});
+  image.clear();
+  expectBlocks(image, {});
+}
+
+TEST(Image, CopyIsIndependent) {
+  const IntelHexFile source = twoBlocks();
+  const IntelHexFile copy(source);
+  expectBlocks(copy, theTwoBlocks);
+  copy.reverseBuffers();
+  copy[0]->address = 0;
+  expectBlocks(source, theTwoBlocks);
+}
+
+TEST(Image, AssignmentReplacesTheBlocksByCopies) {
+  const IntelHexFile source = twoBlocks();
+  const unsigned char byte = 7;
+  IntelHexFile target(3, 4, 1, &byte);
+  target = source;
+  expectBlocks(target, theTwoBlocks);
+  target.reverseBuffers();
+  expectBlocks(source, theTwoBlocks);
+}
+
+TEST(Image, AssignmentToItselfChangesNothing) {
+  IntelHexFile image = twoBlocks();
+  const IntelHexFile& alias = image;
+  image = alias;
+  expectBlocks(image, theTwoBlocks);
+}
+
+TEST(Image, MoveTakesTheBlocksThemselves) {
+  IntelHexFile source = twoBlocks();
+  IntelHexFileBlock* const block = source[0];
+  const IntelHexFile target(std::move(source));
+  expectBlocks(target, theTwoBlocks);
+  EXPECT_EQ(target[0], block);
+  EXPECT_FALSE(source.hasData());  // NOLINT(bugprone-use-after-move): promised
+}
+
+TEST(Image, MoveAssignmentTakesTheBlocksAndLeavesNone) {
+  IntelHexFile source = twoBlocks();
+  IntelHexFileBlock* const block = source[0];
+  IntelHexFile target = twoBlocks();
+  target = std::move(source);
+  expectBlocks(target, theTwoBlocks);
+  EXPECT_EQ(target[0], block);
+  EXPECT_FALSE(source.hasData());  // NOLINT(bugprone-use-after-move): promised
+}
+
+TEST(Image, MoveAssignmentToItselfChangesNothing) {
+  IntelHexFile image = twoBlocks();
+  IntelHexFile& alias = image;
+  image = std::move(alias);
+  expectBlocks(image, theTwoBlocks);
+}
+
+// Runs `action` with every one of its allocations failing once, `check` after
+// each failure.
+void failEveryAllocation(const std::function<void()>& action,
+                         const std::function<void()>& check) {
+  for (long successes = 0;; ++successes) {
+    try {
+      const FailingAllocation failing(successes);
+      action();
+      EXPECT_GT(successes, 0);
+      return;
+    } catch (const std::bad_alloc&) {
+      check();
+    }
+  }
+}
+
+TEST(Image, CopyAndAssignmentHoldWhereverMemoryRunsOut) {
+  const IntelHexFile source = twoBlocks();
+  const unsigned char byte = 7;
+  IntelHexFile target(3, 4, 1, &byte);
+  failEveryAllocation([&] { const IntelHexFile copy(source); },
+                      [&] { expectBlocks(source, theTwoBlocks); });
+  failEveryAllocation([&] { target = source; },
+                      [&] {
+                        expectBlocks(target, {{3, 4, {7}}});
+                      });
+  expectBlocks(target, theTwoBlocks);
+}
+
+TEST(Image, OfRawDataThrowsWhereverMemoryRunsOut) {
+  const unsigned char byte = 7;
+  int failures = 0;
+  failEveryAllocation([&] { const IntelHexFile image(3, 4, 1, &byte); },
+                      [&] { ++failures; });
+  EXPECT_EQ(failures, 3);
+}
+
+class NewBlock : public testing::Test {
+ protected:
+  void add(std::uint16_t extAddress, std::uint16_t address, const Bytes& data) {
+    Record record;
+    record.extAddress = extAddress;
+    record.address = address;
+    record.count = data.size();
+    record.data = data;
+    records.insert(record);
+  }
+
+  // Builds a block of the records from number `from` up to `to`.
+  void build(int from, int to) {
+    const Capture capture;
+    image.createNewBlock(std::next(records.cbegin(), from),
+                         std::next(records.cbegin(), to));
+    transcript = capture.transcript();
+  }
+
+  void expectRefused(int from, int to) {
+    build(from, to);
+    EXPECT_EQ(transcript, noFit);
+    expectBlocks(image, {});
+  }
+
+  Records records;
+  IntelHexFile image;
+  std::string transcript;
+};
+
+TEST_F(NewBlock, OfAnEmptyRangeIsNone) {
+  build(0, 0);
+  add(0, 0, {1});
+  build(0, 0);
+  build(1, 1);
+  EXPECT_EQ(transcript, "");
+  expectBlocks(image, {});
+}
+
+TEST_F(NewBlock, OfAPartOfTheRecordsHoldsThatPart) {
+  add(0, 0, {1, 2});
+  add(0, 4, {3, 4});
+  add(0, 8, {5});
+  add(1, 0, {6});
+  build(1, 3);
+  EXPECT_EQ(transcript, "");
+  build(3, 4);
+  EXPECT_EQ(transcript, "");
+  expectBlocks(image, {{0, 4, {3, 4, 0xFF, 0xFF, 5}}, {1, 0, {6}}});
+}
+
+TEST_F(NewBlock, LaysLaterRecordsOnTop) {
+  add(0, 0, {1, 1, 1});
+  add(0, 1, {2, 2, 2});
+  add(0, 2, {3, 3, 3});
+  build(0, 3);
+  EXPECT_EQ(transcript, "");
+  expectBlocks(image, {{0, 0, {1, 2, 3, 3, 3}}});
+}
+
+TEST_F(NewBlock, OfRecordsWithoutDataSpansTheirAddresses) {
+  add(0, 4, {});
+  add(0, 6, {});
+  build(0, 2);
+  EXPECT_EQ(transcript, "");
+  expectBlocks(image, {{0, 4, {0xFF, 0xFF}}});
+}
+
+TEST_F(NewBlock, RefusesTwoUpperAddresses) {
+  add(0, 0x10, {1});
+  add(1, 0x10, {2});
+  add(2, 0, {3});
+  expectRefused(0, 2);
+  expectRefused(1, 3);
+  expectRefused(0, 3);
+}
+
+TEST_F(NewBlock, RefusesARecordThatEndsBeyondTheLast) {
+  add(0, 0, {1, 1});
+  add(0, 1, {});
+  expectRefused(0, 2);
+  add(0, 2, {2});
+  build(0, 3);
+  EXPECT_EQ(transcript, "");
+  expectBlocks(image, {{0, 0, {1, 1, 2}}});
+}
+
+TEST_F(NewBlock, HoldsWhereverMemoryRunsOut) {
+  add(0, 0, {1});
+  failEveryAllocation(
+      [&] { image.createNewBlock(records.begin(), records.end()); },
+      [&] { expectBlocks(image, {}); });
+  expectBlocks(image, {{0, 0, {1}}});
+}
+
+class ParsingAFile : public testing::Test {
+ protected:
+  void openText(const std::string& text) {
+    file.open(writeFile(folder.path("test.hex"), text));
+  }
+
+  bool parse() {
+    const Capture capture;
+    const bool result = image.parseHexFile(file, records);
+    transcript = capture.transcript();
+    EXPECT_FALSE(image.hasData());
+    return result;
+  }
+
+  TemporaryFolder folder;
+  std::ifstream file;
+  Records records;
+  IntelHexFile image;
+  std::string transcript;
+};
+
+TEST_F(ParsingAFile, FillsTheSetWithWholeRecords) {
+  openText(upperLine(0x12) + dataLine(0x34, {5, 6}) + end);
+  EXPECT_TRUE(parse());
+  EXPECT_EQ(transcript, "");
+  ASSERT_EQ(records.size(), 1U);
+  const Record& record = *records.begin();
+  EXPECT_EQ(record.type, 0);
+  EXPECT_EQ(record.extAddress, 0x12);
+  EXPECT_EQ(record.address, 0x34);
+  EXPECT_EQ(record.count, 2U);
+  EXPECT_THAT(record.data, ElementsAre(5, 6));
+}
+
+TEST_F(ParsingAFile, KeepsARecordThatIsThereAlready) {
+  Record record;
+  record.data = {1};
+  records.insert(record);
+  openText(dataLine(0, {2}) + dataLine(1, {3}) + end);
+  EXPECT_TRUE(parse());
+  ASSERT_EQ(records.size(), 2U);
+  EXPECT_THAT(records.begin()->data, ElementsAre(1));
+}
+
+TEST_F(ParsingAFile, FailureKeepsTheRecordsReadSoFar) {
+  openText(dataLine(0, {2}) + dataLine(1, {3}) + "bad\n" + dataLine(2, {4}));
+  EXPECT_FALSE(parse());
+  EXPECT_EQ(transcript, tooShort + corrupt("bad"));
+  EXPECT_EQ(records.size(), 2U);
+}
+
+TEST_F(ParsingAFile, StopsBehindTheEndRecord) {
+  openText(dataLine(0, {1}) + end + dataLine(1, {2}) + end + "rest");
+  EXPECT_TRUE(parse());
+  EXPECT_EQ(records.size(), 1U);
+  EXPECT_TRUE(parse());
+  EXPECT_EQ(records.size(), 2U);
+  std::string rest;
+  EXPECT_TRUE(std::getline(file, rest));
+  EXPECT_EQ(rest, "rest");
+}
+
+TEST_F(ParsingAFile, StreamAtItsEndHasNoEndRecord) {
+  openText("");
+  file.get();
+  EXPECT_FALSE(parse());
+  EXPECT_EQ(transcript, noEnd);
+}
+
+TEST_F(ParsingAFile, StreamThatIsNotOpenGivesAnEmptyLine) {
+  EXPECT_FALSE(parse());
+  EXPECT_EQ(transcript, tooShort + corrupt(""));
+}
+
+}  // namespace
