@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+#
+# Runs shellcheck over every script.
+
+# shellcheck source-path=SCRIPTDIR
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+scripts/packages.sh git shellcheck
+mapfile -t files < <(projectFiles '*.sh' .ci/run)
+if [[ ${#files[@]} == 0 ]]; then
+  fail "no files found"
+fi
+shellcheck --external-sources "${files[@]}"
+echo "${#files[@]} scripts are clean."

@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+#
+# Runs the tests in surroundings they must not depend on: another time zone,
+# another order.
+
+# shellcheck source-path=SCRIPTDIR
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+scripts/test.sh dev
+say "Testing in the zone Asia/Kolkata"
+TZ=Asia/Kolkata ctest --preset dev
+say "Testing in a random order"
+GTEST_SHUFFLE=1 ctest --preset dev
