@@ -27,15 +27,18 @@ aptGet() {
   asRoot env DEBIAN_FRONTEND=noninteractive apt-get --yes --quiet "$@"
 }
 
+# Nothing is removed for it: packages that conflict are an error.
 install() {
-  aptGet install --no-install-recommends "${missing[@]}"
+  aptGet install --no-remove --no-install-recommends "${missing[@]}"
 }
 
 # Whether the package lists name every missing package. They can also be out of
 # date, which only the download shows.
 areListed() {
-  apt-get --simulate --quiet install --no-install-recommends "${missing[@]}" \
-    >/dev/null 2>&1
+  local package
+  for package in "${missing[@]}"; do
+    apt-cache show "$package" >/dev/null 2>&1 || return
+  done
 }
 
 if ! command -v dpkg-query >/dev/null; then

@@ -8,16 +8,20 @@
 # shellcheck source-path=SCRIPTDIR
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
+# What a preset needs beyond the rest. For m32 not g++-multilib, which cannot be
+# installed beside cross compilers.
 packagesFor() {
-  echo g++ cmake ninja-build pkgconf libgtest-dev libgmock-dev
   case $1 in
     clang) echo clang ;;
-    m32) echo g++-multilib googletest ;;
+    m32) echo "g++-$(g++ -dumpversion)-multilib googletest" ;;
+    armhf) echo g++-arm-linux-gnueabihf qemu-user googletest ;;
+    arm64) echo g++-aarch64-linux-gnu qemu-user googletest ;;
   esac
 }
 
+scripts/packages.sh g++ cmake ninja-build pkgconf libgtest-dev libgmock-dev
 for preset in "${@:-dev}"; do
-  mapfile -t packages < <(packagesFor "$preset" | tr ' ' '\n')
+  read -ra packages < <(packagesFor "$preset") || true
   scripts/packages.sh "${packages[@]}"
   prepareBuild "$preset"
   say "Building in build/$preset"
