@@ -8,7 +8,8 @@
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 scripts/test.sh dev
+other='^consumer\.'  # compilers and linkers, which do not care
 say "Testing in the zone Asia/Kolkata"
-TZ=Asia/Kolkata ctest --preset dev
+TZ=Asia/Kolkata ctest --preset dev --exclude-regex "$other"
 say "Testing in a random order"
-GTEST_SHUFFLE=1 ctest --preset dev
+GTEST_SHUFFLE=1 ctest --preset dev --exclude-regex "$other"
