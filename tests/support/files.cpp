@@ -2,6 +2,7 @@
 
 #include "support/files.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -19,6 +20,31 @@ TemporaryFolder::TemporaryFolder()
 TemporaryFolder::~TemporaryFolder() {
   std::error_code ignored;
   std::filesystem::remove_all(folder, ignored);
+}
+
+std::string TemporaryFolder::path(const std::string& name) const {
+  return name.empty() ? folder : folder + '/' + name;
+}
+
+void TemporaryFolder::write(const std::string& name,
+                            const std::string& contents) const {
+  writeFile(path(name), contents);
+}
+
+std::string TemporaryFolder::read(const std::string& name) const {
+  std::error_code ignored;
+  return std::filesystem::exists(path(name), ignored)
+             ? readFile(path(name))
+             : "<no file " + name + ">";
+}
+
+std::vector<std::string> TemporaryFolder::names() const {
+  std::vector<std::string> found;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    found.push_back(entry.path().filename());
+  }
+  std::sort(found.begin(), found.end());
+  return found;
 }
 
 std::string readFile(const std::string& path) {

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 /// A new empty folder, removed with all it holds at the end of its life.
 class TemporaryFolder {
@@ -17,10 +18,18 @@ class TemporaryFolder {
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
   ~TemporaryFolder();
 
-  /// The path of `name` in the folder.
-  std::string path(const std::string& name) const {
-    return folder + '/' + name;
-  }
+  /// The path of the folder, or of `name` in it.
+  std::string path(const std::string& name = {}) const;
+
+  /// Makes the file `name` with the bytes `contents`.
+  void write(const std::string& name, const std::string& contents) const;
+
+  /// Returns the bytes of the file `name`; a text that says so when there is
+  /// none.
+  std::string read(const std::string& name) const;
+
+  /// Returns the names of all it holds, in order.
+  std::vector<std::string> names() const;
 
  private:
   std::string folder;

@@ -2,12 +2,8 @@
 
 #include "support/process.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <system_error>
 
 #include <fcntl.h>
@@ -82,47 +78,4 @@ processResult_t runProcess(const std::vector<std::string>& command,
   result.status =
       WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
   return result;
-}
-
-TemporaryFolder::TemporaryFolder() {
-  std::string pattern =
-      std::filesystem::temp_directory_path() / "qorutil-test-XXXXXX";
-  if (mkdtemp(pattern.data()) == nullptr) {
-    throwErrno("mkdtemp");
-  }
-  root = pattern;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(root, ignored);
-}
-
-std::string TemporaryFolder::path(const std::string& name) const {
-  return name.empty() ? root : root + '/' + name;
-}
-
-void TemporaryFolder::write(const std::string& name,
-                            const std::string& contents) const {
-  std::ofstream file(path(name), std::ios::binary);
-  if (!(file << contents << std::flush)) {
-    throwErrno(name.c_str());
-  }
-}
-
-std::string TemporaryFolder::read(const std::string& name) const {
-  std::ifstream file(path(name), std::ios::binary);
-  if (!file) {
-    return "<no file " + name + ">";
-  }
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-std::vector<std::string> TemporaryFolder::names() const {
-  std::vector<std::string> found;
-  for (const auto& entry : std::filesystem::directory_iterator(root)) {
-    found.push_back(entry.path().filename());
-  }
-  std::sort(found.begin(), found.end());
-  return found;
 }

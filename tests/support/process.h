@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Runs programs and gives them folders to work in.
+// Runs programs.
 
 #ifndef QORUTIL_TESTS_SUPPORT_PROCESS_H
 #define QORUTIL_TESTS_SUPPORT_PROCESS_H
@@ -8,6 +8,8 @@
 #include <functional>
 #include <string>
 #include <vector>
+
+#include "support/files.h"
 
 /// What became of a program.
 struct processResult_t {
@@ -27,30 +29,5 @@ struct processResult_t {
 processResult_t runProcess(const std::vector<std::string>& command,
                            const std::string& folder,
                            const std::function<void()>& inChild = {});
-
-/// A new empty folder, removed with all it holds at the end.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder();
-
-  /// The path of the folder, or of `name` in it.
-  std::string path(const std::string& name = {}) const;
-
-  /// Makes the file `name` with the bytes `contents`.
-  void write(const std::string& name, const std::string& contents) const;
-
-  /// Returns the bytes of the file `name`; a text that says so when there is
-  /// none.
-  std::string read(const std::string& name) const;
-
-  /// Returns the names of all it holds, in order.
-  std::vector<std::string> names() const;
-
- private:
-  std::string root;
-};
 
 #endif  // QORUTIL_TESTS_SUPPORT_PROCESS_H
