@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <fstream>
 #include <memory>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -124,14 +123,15 @@ struct Messages {
 // What the loader has to say about the first bad line of a file, and about
 // records without data up to there.
 Messages expectedMessages(const CorpusFile& file) {
-  static const std::regex form("line ([0-9]+): (.*)");
-  std::smatch parts;
-  if (!std::regex_match(file.reason, parts, form)) {
+  long number = 0;
+  int begin = 0;
+  if (std::sscanf(file.reason.c_str(), "line %ld: %n", &number, &begin) != 1 ||
+      begin == 0) {
     throw std::runtime_error("unknown reason: " + file.reason);
   }
-  const std::string reason = parts[2];
+  const std::string reason =
+      file.reason.substr(static_cast<std::size_t>(begin));
   const bool isRecord = reason != "line too short or no start code";
-  const long number = std::stol(parts[1]);
 
   Messages messages;
   std::ifstream text(folder + file.name);
@@ -144,12 +144,11 @@ Messages expectedMessages(const CorpusFile& file) {
     }
   }
 
-  static const std::regex unsupported(
-      "unsupported record type .. (\\([0-9]+\\))");
-  if (std::regex_match(reason, parts, unsupported)) {
+  unsigned type = 0;
+  if (std::sscanf(reason.c_str(), "unsupported record type %x", &type) == 1) {
     messages.out = line + "\n";
-    messages.err +=
-        "#ERROR: unsupported record type found " + std::string(parts[1]) + "\n";
+    messages.err += "#ERROR: unsupported record type found (" +
+                    std::to_string(type) + ")\n";
     return messages;
   }
   if (reason == "checksum error") {
