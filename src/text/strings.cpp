@@ -2,9 +2,12 @@
 
 #include "qorutil/strings.h"
 
+#include <algorithm>
+#include <array>
 #include <cctype>
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -18,13 +21,87 @@ char toLower(char byte) {
   return static_cast<char>(std::tolower(static_cast<signed char>(byte)));
 }
 
-// The first position in [from, text.size()) that holds no white space, or
-// text.size().
-std::size_t skipSpace(const std::string& text, std::size_t from) {
-  while (from < text.size() && isSpace(text[from])) {
-    ++from;
+// The same answers from a table, which is made for one call: the locale of the
+// process may be another one at the next.
+class SpaceTable {
+ public:
+  SpaceTable() {
+    for (std::size_t byte = 0; byte < spaces.size(); ++byte) {
+      spaces[byte] = ::isSpace(static_cast<char>(byte));
+    }
   }
-  return from;
+
+  bool operator()(char byte) const {
+    return spaces[static_cast<unsigned char>(byte)];
+  }
+
+ private:
+  std::array<bool, 256> spaces{};
+};
+
+// The length from which a text is worth a table.
+constexpr std::size_t longText = 1024;
+
+// Calls `take(start, end)` for every word of the text.
+template <class IsSpace, class Take>
+void forEachWord(const std::string& text, const IsSpace& space, Take take) {
+  const std::size_t size = text.size();
+  std::size_t start = 0;
+  for (;;) {
+    while (start < size && space(text[start])) {
+      ++start;
+    }
+    if (start == size) {
+      return;
+    }
+    std::size_t end = start + 1;
+    while (end < size && !space(text[end])) {
+      ++end;
+    }
+    take(start, end);
+    start = end;
+  }
+}
+
+// Makes room for `count` more elements, growing as push_back() would, so that
+// many small calls stay linear.
+void reserveMore(std::vector<std::string>& list, std::size_t count) {
+  if (list.capacity() - list.size() < count) {
+    list.reserve(std::max(list.size() + count, 2 * list.capacity()));
+  }
+}
+
+// The rule. Takes time in the square of the number of occurrences, since each
+// replacement of another length moves the rest of the text.
+std::string& replaceOneByOne(std::string& text, const std::string& pattern,
+                             const std::string& replacement) {
+  std::size_t from = 0;
+  for (;;) {
+    from = text.find(pattern, from);
+    if (from == std::string::npos) {
+      return text;
+    }
+    text.replace(from, pattern.size(), replacement);
+    from += replacement.size();
+  }
+}
+
+// The same where the text grows, in one pass from the first occurrence, which
+// is at `found`.
+std::string& replaceGrowing(std::string& text, const std::string& pattern,
+                            const std::string& replacement, std::size_t found) {
+  std::string result;
+  result.reserve(text.size() + text.size() / 2);
+  std::size_t read = 0;
+  do {
+    result.append(text, read, found - read);
+    result.append(replacement);
+    read = found + pattern.size();
+    found = text.find(pattern, read);
+  } while (found != std::string::npos);
+  result.append(text, read);
+  text = std::move(result);
+  return text;
 }
 
 }  // namespace
@@ -45,6 +122,8 @@ lcstring::lcstring(const std::string& text) {
 
 void split(const std::string& text, char separator,
            std::vector<std::string>& fields) {
+  reserveMore(fields, 1 + static_cast<std::size_t>(
+                              std::count(text.begin(), text.end(), separator)));
   std::size_t start = 0;
   for (;;) {
     const std::size_t end = text.find(separator, start);
@@ -64,15 +143,18 @@ std::vector<std::string> split(const std::string& text, char separator) {
 }
 
 void tokenize(const std::string& text, std::vector<std::string>& words) {
-  std::size_t start = skipSpace(text, 0);
-  while (start < text.size()) {
-    std::size_t end = start;
-    while (end < text.size() && !isSpace(text[end])) {
-      ++end;
-    }
+  const auto take = [&](std::size_t start, std::size_t end) {
     words.emplace_back(text, start, end - start);
-    start = skipSpace(text, end);
+  };
+  if (text.size() < longText) {
+    forEachWord(text, isSpace, take);
+    return;
   }
+  const SpaceTable space;
+  std::size_t count = 0;
+  forEachWord(text, space, [&](std::size_t, std::size_t) { ++count; });
+  reserveMore(words, count);
+  forEachWord(text, space, take);
 }
 
 std::vector<std::string> tokenize(const std::string& text) {
@@ -83,15 +165,33 @@ std::vector<std::string> tokenize(const std::string& text) {
 
 std::string& strReplace(std::string& text, const std::string& pattern,
                         const std::string& replacement) {
-  std::size_t from = 0;
-  for (;;) {
-    from = text.find(pattern, from);
-    if (from == std::string::npos) {
-      return text;
-    }
-    text.replace(from, pattern.size(), replacement);
-    from += replacement.size();
+  if (pattern.empty()) {
+    return replaceOneByOne(text, pattern, replacement);
   }
+  std::size_t found = text.find(pattern);
+  if (found == std::string::npos) {
+    return text;
+  }
+  if (replacement.size() > pattern.size()) {
+    return replaceGrowing(text, pattern, replacement, found);
+  }
+  // The edited text is never longer than what was read of the old one, so it
+  // is written over it.
+  char* const front = text.data();
+  std::size_t read = 0;
+  std::size_t written = 0;
+  do {
+    const std::size_t kept = found - read;
+    if (written != read) {
+      std::memmove(front + written, front + read, kept);
+    }
+    replacement.copy(front + written + kept, replacement.size());
+    written += kept + replacement.size();
+    read = found + pattern.size();
+    found = text.find(pattern, read);
+  } while (found != std::string::npos);
+  text.erase(written, read - written);
+  return text;
 }
 
 std::string& rightTrim(std::string& text, const std::string& set) {
