@@ -9,6 +9,10 @@
 #include <memory>
 #include <utility>
 
+#include "ihex/block_builder.h"
+#include "ihex/record_decoder.h"
+#include "ihex/text_reader.h"
+
 namespace {
 
 using Record = IntelHexFile::hexfileline_t;
@@ -20,23 +24,104 @@ bool isEndRecord(const std::string& line) {
   return line.compare(0, sizeof endRecord - 1, endRecord) == 0;
 }
 
-void reportCorruptLine(const std::string& line) {
-  std::cerr << "#ERROR: corrupt line data in line \"" << line << '"'
+// The length of the line whose record has `length` characters, with its line
+// break; 0 where something else follows the record.
+std::size_t endOfLine(const char* text, std::size_t length) {
+  if (text[length] == '\n') {
+    return length + 1;
+  }
+  return text[length] == '\r' && text[length + 1] == '\n' ? length + 2 : 0;
+}
+
+void reportMissingEnd() {
+  std::cerr << "#ERROR: end of file reached without EoF-record. HEX file "
+               "might be corrupt."
             << std::endl;
 }
 
-// The end of the run that begins at `first`: records that follow each other
-// without gap or overlap under one upper address.
-RecordIterator runEnd(RecordIterator first, RecordIterator end) {
+void reportNoSingleBlock() {
+  std::cerr << "#ERROR: records do not fit into a single block" << std::endl;
+}
+
+// Tells whether the record that parseLine() made of `line` is one of data or of
+// an upper address; says what is wrong with another.
+bool isSupported(const std::string& line, const Record& record) {
+  if (record.type == dataRecord) {
+    return true;
+  }
+  if (record.type == upperAddressRecord && record.data.size() >= 2) {
+    return true;
+  }
+  if (record.type == upperAddressRecord || record.type == noRecord) {
+    std::cerr << "#ERROR: corrupt line data in line \"" << line << '"'
+              << std::endl;
+    return false;
+  }
+  std::cout << line << std::endl;
+  std::cerr << "#ERROR: unsupported record type found ("
+            << std::to_string(record.type) << ')' << std::endl;
+  return false;
+}
+
+std::uint16_t upperAddress(const unsigned char* data) {
+  return static_cast<std::uint16_t>(data[0] << 8 | data[1]);
+}
+
+// Takes one line that is not plainly sound the way of parseHexFile(), which
+// `image` parses it with. Returns false at the end record and, with `sound`
+// false, at a line that ends the load.
+bool readOddLine(IntelHexFile& image, TextReader& reader, BlockBuilder& builder,
+                 std::uint16_t& extAddress, bool& sound) {
+  if (reader.eof()) {
+    reportMissingEnd();
+    sound = false;
+    return false;
+  }
+  std::string line;
+  reader.getLine(line);
+  if (reader.bad()) {
+    line.clear();
+  }
+  if (isEndRecord(line)) {
+    return false;
+  }
+  Record record{};
+  image.parseLine(line, record);
+  if (!isSupported(line, record)) {
+    sound = false;
+    return false;
+  }
+  if (record.type == dataRecord) {
+    std::copy(record.data.begin(), record.data.end(), builder.next());
+    builder.add(extAddress, record.address, record.data.size());
+  } else {
+    extAddress = upperAddress(record.data.data());
+  }
+  return true;
+}
+
+// The same as parseHexFile(), without a string and a set node for each record:
+// the lines that are plainly sound, in other words nearly all, are decoded
+// where they were read. False where the load ends with a message.
+bool readRecords(IntelHexFile& image, TextReader& reader,
+                 BlockBuilder& builder) {
+  std::uint16_t extAddress = 0;
+  bool sound = true;
   for (;;) {
-    const RecordIterator current = first++;
-    if (first == end || first->extAddress != current->extAddress) {
-      return first;
-    }
-    const auto expected =
-        static_cast<std::uint16_t>(current->address + current->data.size());
-    if (first->address != expected) {
-      return first;
+    const char* const text = reader.text();
+    unsigned char* const data = builder.next();
+    RecordHead head{};
+    const std::size_t length = decodeRecordVector(text, head, data);
+    const std::size_t lineLength = length == 0 ? 0 : endOfLine(text, length);
+    if (lineLength != 0 && head.type == dataRecord && head.count != 0) {
+      builder.add(extAddress, head.address, head.count);
+      reader.skip(lineLength);
+    } else if (lineLength != 0 && head.type == upperAddressRecord &&
+               head.count >= 2) {
+      extAddress = upperAddress(data);
+      reader.skip(lineLength);
+    } else if (!readOddLine(image, reader, builder, extAddress, sound)) {
+      return sound;
     }
   }
 }
@@ -106,33 +191,23 @@ IntelHexFile::~IntelHexFile() {
 }
 
 bool IntelHexFile::load(const char* path, bool singleBlock) {
-  std::ifstream file(path);
-  if (!file.is_open()) {
+  TextReader reader(path);
+  if (!reader.isOpen()) {
     std::cerr << "#ERROR: failed to open \"" << path << '"' << std::endl;
     return false;
   }
-  std::set<Record> lines;
-  if (!parseHexFile(file, lines)) {
+  BlockBuilder builder(singleBlock);
+  if (!readRecords(*this, reader, builder)) {
     return false;
   }
-
-  // The blocks grow in an image of their own, so that an exception leaves this
-  // one as it was.
-  IntelHexFile loaded;
-  if (singleBlock) {
-    loaded.createNewBlock(lines.begin(), lines.end());
-    if (!lines.empty() && !loaded.hasData()) {
-      return false;
-    }
-  } else {
-    for (auto first = lines.cbegin(); first != lines.cend();) {
-      const RecordIterator last = runEnd(first, lines.cend());
-      loaded.createNewBlock(first, last);
-      first = last;
-    }
+  if (!builder.finish()) {
+    reportNoSingleBlock();
+    return false;
   }
-  blocks.insert(blocks.end(), loaded.blocks.begin(), loaded.blocks.end());
-  loaded.blocks.clear();
+  blocks.reserve(blocks.size() + builder.blocks().size());
+  for (std::unique_ptr<IntelHexFileBlock>& block : builder.blocks()) {
+    blocks.push_back(block.release());
+  }
   return true;
 }
 
@@ -170,9 +245,7 @@ bool IntelHexFile::parseHexFile(std::ifstream& file, std::set<Record>& lines) {
   Record record{};
   for (;;) {
     if (file.eof()) {
-      std::cerr << "#ERROR: end of file reached without EoF-record. HEX file "
-                   "might be corrupt."
-                << std::endl;
+      reportMissingEnd();
       return false;
     }
     std::getline(file, line);
@@ -185,27 +258,14 @@ bool IntelHexFile::parseHexFile(std::ifstream& file, std::set<Record>& lines) {
     }
     record.data.clear();
     parseLine(line, record);
-    switch (record.type) {
-      case 0:
-        record.extAddress = extAddress;
-        lines.insert(record);
-        break;
-      case 4:
-        if (record.data.size() < 2) {
-          reportCorruptLine(line);
-          return false;
-        }
-        extAddress =
-            static_cast<std::uint16_t>(record.data[0] << 8 | record.data[1]);
-        break;
-      case 0xFF:
-        reportCorruptLine(line);
-        return false;
-      default:
-        std::cout << line << std::endl;
-        std::cerr << "#ERROR: unsupported record type found ("
-                  << std::to_string(record.type) << ')' << std::endl;
-        return false;
+    if (!isSupported(line, record)) {
+      return false;
+    }
+    if (record.type == dataRecord) {
+      record.extAddress = extAddress;
+      lines.insert(lines.end(), record);
+    } else {
+      extAddress = upperAddress(record.data.data());
     }
   }
 }
@@ -220,7 +280,7 @@ void IntelHexFile::createNewBlock(const RecordIterator& first,
       lastRecord.data.size() +
       (std::uint64_t{lastRecord.address} - std::uint64_t{first->address});
   if (!fitIntoBlock(first, last, size)) {
-    std::cerr << "#ERROR: records do not fit into a single block" << std::endl;
+    reportNoSingleBlock();
     return;
   }
 
