@@ -17,8 +17,8 @@ constexpr std::size_t pieceSize = std::size_t{128} << 10;
 }  // namespace
 
 TextReader::TextReader(const char* path)
-    : descriptor(::open(path, O_RDONLY | O_LARGEFILE)),
-      buffer(new char[pieceSize + 2 * lookAhead]),
+    : buffer(new char[pieceSize + 2 * lookAhead]),
+      descriptor(::open(path, O_RDONLY | O_LARGEFILE)),
       cursor(buffer.get()),
       end(buffer.get()) {}
 

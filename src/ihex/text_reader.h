@@ -50,8 +50,8 @@ class TextReader {
  private:
   void refill();
 
+  std::unique_ptr<char[]> buffer;  // before the file is open: this may throw
   int descriptor;
-  std::unique_ptr<char[]> buffer;
   const char* cursor;
   const char* end;
   bool finished{false};
