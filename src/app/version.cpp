@@ -8,11 +8,15 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <limits>
 #include <ostream>
 #include <vector>
 
 #include <regex.h>
 
+#include "common/line_buffer.h"
+#include "common/plain.h"
 #include "common/stream_state.h"
 
 namespace {
@@ -53,6 +57,78 @@ std::int32_t numberOf(const std::string& part) {
   return static_cast<std::int32_t>(std::strtoll(part.c_str(), nullptr, 10));
 }
 
+bool isDigit(char byte) {
+  return byte >= '0' && byte <= '9';
+}
+
+// In some multi-byte character sets a digit can be a part of another character;
+// only the platform knows.
+bool mayHideDigits(const char* text) {
+  if (MB_CUR_MAX == 1) {
+    return false;
+  }
+  while (*text != '\0' && static_cast<signed char>(*text) > 0) {
+    ++text;
+  }
+  return *text != '\0';
+}
+
+// Reads the digits at `at` and moves behind them. Like scanf: the largest
+// number stands for all that do not fit, then the low 16 bits are taken.
+std::uint16_t readPart(const char*& at) {
+  constexpr unsigned long largest = std::numeric_limits<unsigned long>::max();
+  unsigned long value = 0;
+  for (; isDigit(*at); ++at) {
+    const auto digit = static_cast<unsigned long>(*at - '0');
+    const bool fits = value <= (largest - digit) / 10;
+    value = fits && value != largest ? 10 * value + digit : largest;
+  }
+  return static_cast<std::uint16_t>(value);
+}
+
+bool isJoint(const char* at) {
+  return (*at == '.' || *at == '-') && isDigit(at[1]);
+}
+
+// The version that begins with the part `first`, in front of `at`.
+Version versionFrom(std::uint16_t first, const char* at) {
+  Version version;
+  version.major = first;
+  for (std::uint16_t* part :
+       {&version.minor, &version.release, &version.build}) {
+    if (!isJoint(at)) {
+      break;
+    }
+    *part = readPart(++at);
+  }
+  return version;
+}
+
+// The number of a part that `at` points to, up to the next dot. The common case
+// is a few digits; all others are left to the platform.
+std::int32_t numberAt(const char* at) {
+  const char* const first = at;
+  std::int32_t value = 0;
+  for (; isDigit(*at) && at - first < 9; ++at) {
+    value = 10 * value + (*at - '0');
+  }
+  if (at == first || isDigit(*at)) {
+    return static_cast<std::int32_t>(std::strtoll(first, nullptr, 10));
+  }
+  return value;
+}
+
+// Moves behind the dot that ends the part at `at`; false at the last part.
+bool toNextPart(const char*& at, const char* end) {
+  const auto left = static_cast<std::size_t>(end - at);
+  const void* const dot = std::memchr(at, '.', left);
+  if (dot == nullptr) {
+    return false;
+  }
+  at = static_cast<const char*>(dot) + 1;
+  return true;
+}
+
 template <class T>
 int compare(T a, T b) {
   return static_cast<int>(a > b) - static_cast<int>(a < b);
@@ -60,7 +136,7 @@ int compare(T a, T b) {
 
 }  // namespace
 
-Version Version::getVersion(const std::string& text) {
+Version getVersionPlainly(const std::string& text) {
   const Pattern pattern("[[:digit:]]+([-.][[:digit:]]+){1,3}");
   std::string found = pattern.find(text.c_str());
   std::replace(found.begin(), found.end(), '-', '.');
@@ -70,15 +146,43 @@ Version Version::getVersion(const std::string& text) {
   return version;
 }
 
-std::ostream& operator<<(std::ostream& os, const Version& version) {
+Version Version::getVersion(const std::string& text) {
+  const char* at = text.c_str();
+  if (mayHideDigits(at)) {
+    return getVersionPlainly(text);
+  }
+  while (*at != '\0') {
+    if (!isDigit(*at)) {
+      ++at;
+      continue;
+    }
+    const std::uint16_t first = readPart(at);
+    if (isJoint(at)) {
+      return versionFrom(first, at);
+    }
+  }
+  return {};
+}
+
+std::ostream& printPlainly(std::ostream& os, const Version& version) {
   const StreamState restored(os);
   os.flags(std::ios_base::dec);
   return os << version.major << '.' << version.minor << '.' << version.release
             << '.' << version.build;
 }
 
-int compareVersions(const std::string& a, const std::string& b,
-                    signed char parts) {
+std::ostream& operator<<(std::ostream& os, const Version& version) {
+  constexpr std::size_t longest = 23;
+  LineBuffer line(os);
+  if (line.room() < longest) {
+    return printPlainly(os, version);
+  }
+  line.decimal(version.major).put('.').decimal(version.minor).put('.');
+  return line.decimal(version.release).put('.').decimal(version.build).insert();
+}
+
+int compareVersionsPlainly(const std::string& a, const std::string& b,
+                           signed char parts) {
   const std::vector<std::string> partsA = split(a, '.');
   const std::vector<std::string> partsB = split(b, '.');
   const std::size_t common = std::min(partsA.size(), partsB.size());
@@ -93,6 +197,28 @@ int compareVersions(const std::string& a, const std::string& b,
     }
   }
   return compare(partsA.size(), partsB.size());
+}
+
+// The same without a list of the parts.
+int compareVersions(const std::string& a, const std::string& b,
+                    signed char parts) {
+  const char* partA = a.c_str();
+  const char* partB = b.c_str();
+  const std::size_t count = static_cast<unsigned char>(parts);
+  for (std::size_t compared = 1;; ++compared) {
+    const int order = compare(numberAt(partA), numberAt(partB));
+    if (order != 0) {
+      return order;
+    }
+    if (parts != -1 && compared >= count) {
+      return 0;
+    }
+    const bool moreA = toNextPart(partA, a.c_str() + a.size());
+    const bool moreB = toNextPart(partB, b.c_str() + b.size());
+    if (!moreA || !moreB) {
+      return compare(moreA, moreB);
+    }
+  }
 }
 
 std::string getRegError(const re_pattern_buffer& preg, int errcode) {

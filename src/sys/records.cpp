@@ -2,6 +2,7 @@
 
 #include "qorutil/system.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstddef>
 #include <cstring>
@@ -11,60 +12,154 @@
 #include <linux/can.h>
 #include <mqueue.h>
 
+#include "common/line_buffer.h"
+#include "common/plain.h"
 #include "common/stream_state.h"
 
 namespace {
 
+// From the start of the record, as a length above 8 leaves the array.
+const unsigned char* dataOf(const can_frame& frame) {
+  return reinterpret_cast<const unsigned char*>(&frame) +
+         offsetof(can_frame, data);
+}
+
 struct unit_t {
-  std::uint64_t divisor;
+  unsigned shift;
   const char* suffix;
 };
 
 constexpr unit_t units[] = {
-    {std::uint64_t{1} << 40, "TiB"},
-    {std::uint64_t{1} << 30, "GiB"},
-    {std::uint64_t{1} << 20, "MiB"},
-    {std::uint64_t{1} << 10, "KiB"},
+    {40, "TiB"},
+    {30, "GiB"},
+    {20, "MiB"},
+    {10, "KiB"},
 };
 
-constexpr unit_t bytesUnit{1, "B"};
+constexpr unit_t bytesUnit{0, "B"};
 
 const unit_t& unitOf(std::uint64_t bytes) {
   for (const unit_t& unit : units) {
-    if (bytes >= unit.divisor) {
+    if (bytes >> unit.shift != 0) {
       return unit;
     }
   }
   return bytesUnit;
 }
 
+// Numbers in the default notation, below 1024 units: exact as a double, and
+// without an exponent.
+bool isOrdinary(const std::ostream& os, std::uint64_t bytes) {
+  constexpr auto odd = std::ios_base::floatfield | std::ios_base::showpoint |
+                       std::ios_base::showpos | std::ios_base::unitbuf;
+  return (os.flags() & odd) == 0 && os.precision() == 6 && bytes >> 50 == 0;
+}
+
+// The process may have chosen another rounding mode.
+bool roundsToNearest() {
+  const volatile double one = 1;
+  const volatile double tiny = 1e-30;
+  return one + tiny == one && one - tiny == one;
+}
+
+struct Quotient {
+  unsigned whole;
+  unsigned fraction;  // in units of the last of the digits
+  unsigned digits;    // of the fraction
+};
+
+// bytes / 2^shift to six significant digits, to the nearest and the even one of
+// two, as printf does it.
+Quotient rounded(std::uint64_t bytes, unsigned shift) {
+  Quotient result{static_cast<unsigned>(bytes >> shift), 0, 5};
+  std::uint64_t scale = 100000;
+  for (unsigned limit = 10; result.whole >= limit; limit *= 10) {
+    scale /= 10;
+    --result.digits;
+  }
+  const std::uint64_t one = std::uint64_t{1} << shift;
+  const std::uint64_t scaled = (bytes & (one - 1)) * scale;
+  std::uint64_t fraction = scaled >> shift;
+  const std::uint64_t rest = scaled & (one - 1);
+  if (2 * rest > one || (2 * rest == one && fraction % 2 != 0)) {
+    ++fraction;
+  }
+  if (fraction == scale) {
+    ++result.whole;
+    fraction = 0;
+  }
+  result.fraction = static_cast<unsigned>(fraction);
+  return result;
+}
+
+void putQuotient(LineBuffer& line, Quotient number) {
+  line.decimal(number.whole);
+  if (number.fraction == 0) {
+    return;
+  }
+  while (number.fraction % 10 == 0) {
+    number.fraction /= 10;
+    --number.digits;
+  }
+  line.put('.').decimal(number.fraction, number.digits);
+}
+
 }  // namespace
 
-std::ostream& printSize::print(std::ostream& os) const {
-  const unit_t& unit = unitOf(bytes);
+std::ostream& printPlainly(std::ostream& os, const printSize& size) {
+  const unit_t& unit = unitOf(size.bytes);
   const bool spaced = (os.flags() & std::ios_base::internal) != 0;
   const auto behind = static_cast<std::streamsize>(std::strlen(unit.suffix)) +
                       static_cast<std::streamsize>(spaced);
   if (behind < os.width()) {
     os.width(os.width() - behind);
   }
-  os << static_cast<double>(bytes) / static_cast<double>(unit.divisor);
+  const auto divisor = static_cast<double>(std::uint64_t{1} << unit.shift);
+  os << static_cast<double>(size.bytes) / divisor;
   if (spaced) {
     os << ' ';
   }
   return os << unit.suffix;
 }
 
+std::ostream& printSize::print(std::ostream& os) const {
+  constexpr std::size_t longest = 12;
+  if (!isOrdinary(os, bytes) || os.width() != 0 || !roundsToNearest()) {
+    return printPlainly(os, *this);
+  }
+  LineBuffer line(os);
+  if (line.room() < longest) {
+    return printPlainly(os, *this);
+  }
+  const unit_t& unit = unitOf(bytes);
+  putQuotient(line, rounded(bytes, unit.shift));
+  if ((os.flags() & std::ios_base::internal) != 0) {
+    line.put(' ');
+  }
+  return line.put(unit.suffix).insert();
+}
+
 std::ostream& operator<<(std::ostream& os, const printSize& size) {
   return size.print(os);
 }
 
-std::ostream& operator<<(std::ostream& os, const mq_attr& attr) {
+std::ostream& printPlainly(std::ostream& os, const mq_attr& attr) {
   const StreamState restored(os);
   os.flags(std::ios_base::fixed);
   os.fill(' ');
   os << '(' << std::hex << attr.mq_flags << std::dec << ',' << attr.mq_maxmsg;
   return os << ',' << attr.mq_msgsize << ',' << attr.mq_curmsgs << ')';
+}
+
+std::ostream& operator<<(std::ostream& os, const mq_attr& attr) {
+  constexpr std::size_t longest = 90;
+  LineBuffer line(os);
+  if (line.room() < longest) {
+    return printPlainly(os, attr);
+  }
+  line.put('(').hexadecimal(static_cast<unsigned long>(attr.mq_flags));
+  line.put(',').decimal(attr.mq_maxmsg).put(',').decimal(attr.mq_msgsize);
+  return line.put(',').decimal(attr.mq_curmsgs).put(')').insert();
 }
 
 std::ostream& operator<<(std::ostream& os, const __sigset_t& signals) {
@@ -95,7 +190,7 @@ std::ostream& operator<<(std::ostream& os, const __sigset_t& signals) {
   return os << ']';
 }
 
-std::ostream& operator<<(std::ostream& os, const can_frame& frame) {
+std::ostream& printPlainly(std::ostream& os, const can_frame& frame) {
   const StreamState restored(os);
   os.flags(std::ios_base::hex | std::ios_base::fixed);
   os.fill('0');
@@ -105,11 +200,28 @@ std::ostream& operator<<(std::ostream& os, const can_frame& frame) {
     return os << " RTR";
   }
   os << " DATA  " << unsigned{frame.can_dlc} << ' ';
-  // From the start of the record, as a length above 8 leaves the array.
-  const auto* data = reinterpret_cast<const unsigned char*>(&frame) +
-                     offsetof(can_frame, data);
+  const unsigned char* const data = dataOf(frame);
   for (unsigned i = 0; i < frame.can_dlc; ++i) {
     os << ' ' << std::setw(2) << unsigned{data[i]};
   }
   return os;
+}
+
+std::ostream& operator<<(std::ostream& os, const can_frame& frame) {
+  constexpr std::size_t withoutData = 19;
+  LineBuffer line(os);
+  if (line.room() < withoutData + std::size_t{3} * frame.can_dlc) {
+    return printPlainly(os, frame);
+  }
+  line.hexadecimal(frame.can_id & CAN_EFF_MASK, 8);
+  line.put((frame.can_id & CAN_EFF_FLAG) != 0 ? 'x' : ' ');
+  if ((frame.can_id & CAN_RTR_FLAG) != 0) {
+    return line.put(" RTR").insert();
+  }
+  line.put(" DATA  ").hexadecimal(frame.can_dlc).put(' ');
+  const unsigned char* const data = dataOf(frame);
+  for (unsigned i = 0; i < frame.can_dlc; ++i) {
+    line.put(' ').hexByte(data[i]);
+  }
+  return line.insert();
 }

@@ -5,11 +5,14 @@
 
 #include <array>
 #include <chrono>
+#include <cstddef>
 #include <iomanip>
 #include <locale>
 #include <ostream>
 #include <sstream>
 
+#include "common/line_buffer.h"
+#include "common/plain.h"
 #include "common/stream_state.h"
 
 namespace {
@@ -27,13 +30,16 @@ tm utcTime(std::time_t seconds) {
   return broken;
 }
 
+char separatorFor(char hint) {
+  return hint == '-' || hint == '.' ? hint : ':';
+}
+
 void printTimeOfDay(std::ostream& os, std::time_t seconds, char separatorHint) {
   const tm time = utcTime(seconds);
   const StreamState restored(os);
   os.flags(std::ios_base::dec | std::ios_base::fixed);
   os.fill('0');
-  const bool asIs = separatorHint == '-' || separatorHint == '.';
-  const char separator = asIs ? separatorHint : ':';
+  const char separator = separatorFor(separatorHint);
   os << std::setw(2) << time.tm_hour;
   if (separatorHint != '\0') {
     os << separator;
@@ -45,9 +51,21 @@ void printTimeOfDay(std::ostream& os, std::time_t seconds, char separatorHint) {
   os << std::setw(2) << time.tm_sec;
 }
 
+// 0 means now.
+timeval timeOf(std::uint64_t microseconds) {
+  timeval time{};
+  if (microseconds == 0) {
+    gettimeofday(&time, nullptr);
+  } else {
+    time.tv_sec = static_cast<std::time_t>(microseconds / 1000000);
+    time.tv_usec = static_cast<suseconds_t>(microseconds % 1000000);
+  }
+  return time;
+}
+
 // The caller's fill character is the layout switch of the time of day.
-std::ostream& printTimeOfDay(std::ostream& os, std::time_t seconds,
-                             std::int64_t fraction, int fractionDigits) {
+std::ostream& printTimeOfDayPlainly(std::ostream& os, std::time_t seconds,
+                                    std::int64_t fraction, int fractionDigits) {
   const StreamState restored(os);
   os.flags(std::ios_base::right | std::ios_base::fixed);
   os.fill(' ');
@@ -55,6 +73,33 @@ std::ostream& printTimeOfDay(std::ostream& os, std::time_t seconds,
   os << '.';
   os.fill('0');
   return os << std::setw(fractionDigits) << fraction;
+}
+
+std::ostream& printTimeOfDay(std::ostream& os, std::time_t seconds,
+                             std::int64_t fraction, int fractionDigits) {
+  constexpr std::size_t longest = 3 * 11 + 3 + 20;
+  LineBuffer line(os);
+  if (line.room() < longest) {
+    return printTimeOfDayPlainly(os, seconds, fraction, fractionDigits);
+  }
+  const tm time = utcTime(seconds);
+  const char hint = os.fill();
+  const char separator = separatorFor(hint);
+  const std::size_t separators = hint != '\0' ? 1 : 0;
+  line.decimal(time.tm_hour, 2).pad(separators, separator);
+  line.decimal(time.tm_min, 2).pad(separators, separator);
+  line.decimal(time.tm_sec, 2).put('.');
+  return line.decimal(fraction, static_cast<std::size_t>(fractionDigits))
+      .insert();
+}
+
+void putTime(LineBuffer& line, const tm& time) {
+  line.decimal(std::int64_t{time.tm_year} + 1900, 4).put('-');
+  line.decimal(std::int64_t{time.tm_mon} + 1, 2).put('-');
+  line.decimal(time.tm_mday, 2).put(' ');
+  line.decimal(time.tm_hour, 2).put(':');
+  line.decimal(time.tm_min, 2).put(':');
+  line.decimal(time.tm_sec, 2);
 }
 
 }  // namespace
@@ -71,20 +116,22 @@ std::string getAscTime() {
   return rightTrim(text, " \t\r\n\f");
 }
 
-std::string printTime(std::uint64_t microseconds) {
-  timeval time{};
-  if (microseconds == 0) {
-    gettimeofday(&time, nullptr);
-  } else {
-    time.tv_sec = static_cast<std::time_t>(microseconds / 1000000);
-    time.tv_usec = static_cast<suseconds_t>(microseconds % 1000000);
-  }
+std::string printTimePlainly(std::uint64_t microseconds) {
+  const timeval time = timeOf(microseconds);
   std::ostringstream text;
   // A global locale with digit grouping would turn the year into "2,023".
   text.imbue(std::locale::classic());
-  text << utcTime(time.tv_sec) << ',' << std::setfill('0') << std::setw(6)
-       << time.tv_usec;
+  printPlainly(text, utcTime(time.tv_sec));
+  text << ',' << std::setfill('0') << std::setw(6) << time.tv_usec;
   return text.str();
+}
+
+std::string printTime(std::uint64_t microseconds) {
+  const timeval time = timeOf(microseconds);
+  LineBuffer line;
+  putTime(line, utcTime(time.tv_sec));
+  line.put(',').decimal(time.tv_usec, 6);
+  return std::string(line.view());
 }
 
 std::string getPosixTime() {
@@ -94,7 +141,7 @@ std::string getPosixTime() {
   return text.str();
 }
 
-std::ostream& operator<<(std::ostream& os, const tm& time) {
+std::ostream& printPlainly(std::ostream& os, const tm& time) {
   const StreamState restored(os);
   os.flags(std::ios_base::dec | std::ios_base::fixed);
   os.fill('0');
@@ -107,8 +154,26 @@ std::ostream& operator<<(std::ostream& os, const tm& time) {
   return os << std::setw(2) << time.tm_sec;
 }
 
+std::ostream& operator<<(std::ostream& os, const tm& time) {
+  constexpr std::size_t longest = 6 * 11 + 5;
+  LineBuffer line(os);
+  if (line.room() < longest) {
+    return printPlainly(os, time);
+  }
+  putTime(line, time);
+  return line.insert();
+}
+
+std::ostream& printPlainly(std::ostream& os, const timeval& time) {
+  return printTimeOfDayPlainly(os, time.tv_sec, time.tv_usec, 6);
+}
+
 std::ostream& operator<<(std::ostream& os, const timeval& time) {
   return printTimeOfDay(os, time.tv_sec, time.tv_usec, 6);
+}
+
+std::ostream& printPlainly(std::ostream& os, const timespec& time) {
+  return printTimeOfDayPlainly(os, time.tv_sec, time.tv_nsec, 9);
 }
 
 std::ostream& operator<<(std::ostream& os, const timespec& time) {

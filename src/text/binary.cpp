@@ -3,8 +3,12 @@
 #include "qorutil/formatting.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <ostream>
+#include <string_view>
 
+#include "common/plain.h"
 #include "common/stream_state.h"
 
 namespace {
@@ -27,10 +31,31 @@ std::string binaryDigits(std::uint64_t value, std::uint64_t groups,
   return text;
 }
 
+constexpr std::size_t mostDigits = 79;
+
+// All groups of four digits in ascending order.
+constexpr char allGroups[] =
+    "0000000100100011010001010110011110001001101010111100110111101111";
+
+// The same, most significant group first; returns where the text ends.
+char* writeBinaryDigits(char* to, std::uint64_t value, unsigned groups,
+                        bool grouped) {
+  while (groups > 0) {
+    --groups;
+    const std::size_t four = value >> 4 * groups & 0xF;
+    std::memcpy(to, &allGroups[4 * four], 4);
+    to += 4;
+    if (grouped && groups > 0) {
+      *to++ = ' ';
+    }
+  }
+  return to;
+}
+
 }  // namespace
 
-std::ostream& BinaryBase::print(std::ostream& os, std::uint64_t value,
-                                std::uint64_t bits) {
+std::ostream& printBinaryPlainly(std::ostream& os, std::uint64_t value,
+                                 std::uint64_t bits) {
   const StreamState restored(os);
   const std::ios_base::fmtflags flags = restored.flags();
   if ((flags & std::ios_base::hex) != 0) {
@@ -40,4 +65,21 @@ std::ostream& BinaryBase::print(std::ostream& os, std::uint64_t value,
   os.fill(' ');
   return os << binaryDigits(value, bits / 4,
                             (flags & std::ios_base::internal) != 0);
+}
+
+// The text is one insertion anyway; what is saved is the string.
+std::ostream& BinaryBase::print(std::ostream& os, std::uint64_t value,
+                                std::uint64_t bits) {
+  const std::ios_base::fmtflags flags = os.flags();
+  if ((flags & std::ios_base::hex) != 0 || bits > 64) {
+    return printBinaryPlainly(os, value, bits);
+  }
+  char digits[mostDigits];
+  const char* const end =
+      writeBinaryDigits(digits, value, static_cast<unsigned>(bits / 4),
+                        (flags & std::ios_base::internal) != 0);
+  const StreamState restored(os);
+  os.flags(std::ios_base::fixed | (flags & std::ios_base::left));
+  os.fill(' ');
+  return os << std::string_view(digits, static_cast<std::size_t>(end - digits));
 }

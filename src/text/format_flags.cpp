@@ -4,6 +4,8 @@
 
 #include <ostream>
 
+#include "common/line_buffer.h"
+#include "common/plain.h"
 #include "common/stream_state.h"
 
 namespace {
@@ -34,8 +36,7 @@ constexpr FlagName flagNames[] = {
 
 }  // namespace
 
-std::ostream& operator<<(std::ostream& os,
-                         const std::ios_base::fmtflags& flags) {
+std::ostream& printPlainly(std::ostream& os, std::ios_base::fmtflags flags) {
   const StreamState restored(os);
   os.flags(std::ios_base::fixed);
   os.fill(' ');
@@ -46,4 +47,20 @@ std::ostream& operator<<(std::ostream& os,
     }
   }
   return os << " )";
+}
+
+std::ostream& operator<<(std::ostream& os,
+                         const std::ios_base::fmtflags& flags) {
+  constexpr std::size_t longest = 160;
+  LineBuffer line(os);
+  if (line.room() < longest) {
+    return printPlainly(os, flags);
+  }
+  line.put('(');
+  for (const FlagName& name : flagNames) {
+    if ((flags & name.flag) != 0) {
+      line.put(name.text);
+    }
+  }
+  return line.put(" )").insert();
 }

@@ -2,9 +2,15 @@
 
 #include "qorutil/formatting.h"
 
+#include <bitset>
+#include <cstddef>
+#include <locale>
 #include <ostream>
 #include <sstream>
+#include <string_view>
 
+#include "common/line_buffer.h"
+#include "common/plain.h"
 #include "common/stream_state.h"
 
 namespace {
@@ -17,8 +23,100 @@ std::string formatted(T value, std::ios_base::fmtflags flags) {
   return os.str();
 }
 
-// A null separator makes the stream bad, so only the first number stays.
+constexpr auto lowerDigits = "0123456789abcdef";
+constexpr auto upperDigits = "0123456789ABCDEF";
+
+// The same without a stream, for the classic locale: the absolute value in the
+// base of the flags, with a sign in decimal and a prefix elsewhere.
+std::string formattedDirectly(std::uint64_t value, std::string_view decimalSign,
+                              std::ios_base::fmtflags flags) {
+  const std::ios_base::fmtflags baseFlag = flags & std::ios_base::basefield;
+  const bool upperCase = (flags & std::ios_base::uppercase) != 0;
+  const bool prefixed = (flags & std::ios_base::showbase) != 0 && value != 0;
+  const char* const digits = upperCase ? upperDigits : lowerDigits;
+  std::string_view prefix = decimalSign;
+  std::uint64_t base = 10;
+  if (baseFlag == std::ios_base::hex) {
+    base = 16;
+    prefix = !prefixed ? "" : upperCase ? "0X" : "0x";
+  } else if (baseFlag == std::ios_base::oct) {
+    base = 8;
+    prefix = prefixed ? "0" : "";
+  }
+  char text[24];
+  char* const behind = text + sizeof(text);
+  char* first = behind;
+  do {
+    *--first = digits[value % base];
+    value /= base;
+  } while (value != 0);
+  first -= prefix.size();
+  prefix.copy(first, prefix.size());
+  return {first, behind};
+}
+
+std::string formattedUnsigned(unsigned long value,
+                              std::ios_base::fmtflags flags) {
+  if (std::locale() != std::locale::classic()) {
+    return makeStringPlainly(value, flags);
+  }
+  return formattedDirectly(value, "", flags);
+}
+
+bool isDecimal(std::ios_base::fmtflags flags) {
+  const std::ios_base::fmtflags base = flags & std::ios_base::basefield;
+  return base != std::ios_base::hex && base != std::ios_base::oct;
+}
+
+std::size_t countOf(std::uint64_t bits) {
+  return std::bitset<64>(bits).count();
+}
+
+// The size of the numbers of the bits set, separators aside: the first ten
+// numbers have one digit.
+std::size_t digitsOf(std::uint64_t bits) {
+  return 2 * countOf(bits) - countOf(bits & 0x3FF);
+}
+
+// Only a null separator and numbers that a locale groups need a stream.
 std::string bitNumbers(std::uint64_t bits, const char* separator) {
+  if (bits == 0) {
+    return {};
+  }
+  if (separator == nullptr || std::locale() != std::locale::classic()) {
+    return setBits2listPlainly(bits, separator);
+  }
+  const std::string_view gap = separator;
+  std::string text(digitsOf(bits) + gap.size() * (countOf(bits) - 1), '\0');
+  char* out = text.data();
+  for (unsigned number = 0;; ++number, bits >>= 1) {
+    if ((bits & 1) == 0) {
+      continue;
+    }
+    if (number >= 10) {
+      *out++ = static_cast<char>('0' + number / 10);
+    }
+    *out++ = static_cast<char>('0' + number % 10);
+    if (bits == 1) {
+      return text;
+    }
+    out += gap.copy(out, gap.size());
+  }
+}
+
+}  // namespace
+
+std::string makeStringPlainly(int value, std::ios_base::fmtflags flags) {
+  return formatted(value, flags);
+}
+
+std::string makeStringPlainly(unsigned long value,
+                              std::ios_base::fmtflags flags) {
+  return formatted(value, flags);
+}
+
+// A null separator makes the stream bad, so only the first number stays.
+std::string setBits2listPlainly(std::uint64_t bits, const char* separator) {
   std::ostringstream os;
   bool first = true;
   for (int number = 0; bits != 0; ++number, bits >>= 1) {
@@ -34,23 +132,32 @@ std::string bitNumbers(std::uint64_t bits, const char* separator) {
   return os.str();
 }
 
-}  // namespace
-
 template <>
 std::string makeString<int>(const int& value, std::ios_base::fmtflags flags) {
-  return formatted(value, flags);
+  if (std::locale() != std::locale::classic()) {
+    return makeStringPlainly(value, flags);
+  }
+  const auto bits = static_cast<unsigned int>(value);
+  if (!isDecimal(flags)) {
+    return formattedDirectly(bits, "", flags);
+  }
+  if (value < 0) {
+    return formattedDirectly(0U - bits, "-", flags);
+  }
+  const bool signedAlways = (flags & std::ios_base::showpos) != 0;
+  return formattedDirectly(bits, signedAlways ? "+" : "", flags);
 }
 
 template <>
 std::string makeString<unsigned int>(const unsigned int& value,
                                      std::ios_base::fmtflags flags) {
-  return formatted(static_cast<unsigned long>(value), flags);
+  return formattedUnsigned(value, flags);
 }
 
 template <>
 std::string makeString<unsigned short>(const unsigned short& value,
                                        std::ios_base::fmtflags flags) {
-  return formatted(static_cast<unsigned long>(value), flags);
+  return formattedUnsigned(value, flags);
 }
 
 template <>
@@ -88,9 +195,20 @@ void printSeparatedList(std::ostream& os,
   }
 }
 
-void printUnknownEnum(std::ostream& os, int value) {
+void printUnknownEnumPlainly(std::ostream& os, int value) {
   const StreamState restored(os);
   os.flags(std::ios_base::hex | std::ios_base::fixed);
   os.fill('0');
   os << "<unknown: 0x" << value << '>';
+}
+
+void printUnknownEnum(std::ostream& os, int value) {
+  constexpr std::size_t longest = 21;
+  LineBuffer line(os);
+  if (line.room() < longest) {
+    printUnknownEnumPlainly(os, value);
+    return;
+  }
+  line.put("<unknown: 0x").hexadecimal(static_cast<unsigned int>(value));
+  line.put('>').insert();
 }

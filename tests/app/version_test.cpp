@@ -3,6 +3,7 @@
 #include "qorutil/version.h"
 
 #include <algorithm>
+#include <clocale>
 #include <cstdint>
 #include <cstdio>
 #include <iomanip>
@@ -164,19 +165,37 @@ TEST(GetVersionText, RandomTextsGiveWhatAPlainScanFinds) {
   }
 }
 
-TEST(GetVersionPattern, IsReleasedAfterEachSearch) {
-  compiledPatterns = 0;
-  releasedPatterns = 0;
-  Version::getVersion("1.2");
-  Version::getVersion("none");
-  EXPECT_EQ(releasedPatterns, compiledPatterns);
+// Texts that only the platform can read: multi-byte characters.
+class GetVersionPattern : public testing::Test {
+ protected:
+  GetVersionPattern() {
+    EXPECT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+    compiledPatterns = 0;
+    releasedPatterns = 0;
+  }
+
+  ~GetVersionPattern() override {
+    compilingFails = false;
+    std::setlocale(LC_ALL, "C");
+  }
+};
+
+TEST_F(GetVersionPattern, IsReleasedAfterEachSearch) {
+  EXPECT_EQ(textOf(Version::getVersion("\xC3\xA4 1.2")), "1.2.0.0");
+  EXPECT_EQ(textOf(Version::getVersion("\xC3\xA4")), "0.0.0.0");
+  EXPECT_EQ(compiledPatterns, 2);
+  EXPECT_EQ(releasedPatterns, 2);
 }
 
-TEST(GetVersionPattern, WithoutAPatternThereIsNoVersion) {
+TEST_F(GetVersionPattern, IsNotNeededForAsciiTexts) {
+  EXPECT_EQ(textOf(Version::getVersion("fw 1.2")), "1.2.0.0");
+  EXPECT_EQ(compiledPatterns, 0);
+}
+
+TEST_F(GetVersionPattern, WithoutAPatternThereIsNoVersion) {
   const Capture capture;
   compilingFails = true;
-  const Version found = Version::getVersion("1.2");
-  compilingFails = false;
+  const Version found = Version::getVersion("\xC3\xA4 1.2");
   EXPECT_EQ(textOf(found), "0.0.0.0");
   EXPECT_EQ(capture.transcript(), "");
 }
