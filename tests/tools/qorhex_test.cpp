@@ -62,6 +62,8 @@ std::string baseRecord(unsigned type, unsigned value) {
                    {static_cast<char>(value >> 8U), static_cast<char>(value)});
 }
 
+const std::string good = dataRecord(0, "abcd");
+
 const char sampleText[] =
     ":0401000041424344F1\n"
     ":00000001FF\n";
@@ -112,7 +114,8 @@ class Qorhex : public testing::Test {
 TEST_F(Qorhex, HelpIsTheStoredText) {
   const processResult_t result = run({"--help"});
   EXPECT_EQ(result.out, R"(Usage: qorhex [options] FILE...
-Lists the segments of Intel HEX files, or writes them as raw binary files.
+Lists the segments of Intel HEX files, dumps them, or writes them as raw
+binary files.
 
 -h         --help          This screen.
 -v         --verbose       Increase verbosity. Can be specified more than once.
@@ -120,7 +123,9 @@ Lists the segments of Intel HEX files, or writes them as raw binary files.
 -o <dir>   --output=<dir>  Write every segment to
                            <dir>/<file stem>-<start address>.bin.
 -b <file>  --binary=<file> Write the whole image, gaps filled with 0xff.
--r         --reverse       Reverse the bytes of each segment before writing.
+-r         --reverse       Reverse the bytes of each segment before writing or dumping.
+-x [<n>]   --hexdump[=<n>] Dump the bytes of each segment,
+                           n per line, default=16.
            --strict        Leave the reading to the library: no repairs, no checks.
            --force         Accept records with conflicting bytes.
            --max-size=<n>  Largest image for --binary, in bytes
@@ -190,6 +195,28 @@ const usageCase_t usageCases[] = {
     {"OutputOfOneStemTwice",
      {"-o", ".", "a/fw.hex", "b/fw.ihx"},
      "qorhex: --output: two FILEs have the stem 'fw'\n"},
+    {"NoBytesPerLine",
+     {"--hexdump=0", "a"},
+     "qorhex: --hexdump: not a number from 1 to 4096: '0'\n"},
+    {"MoreBytesPerLineThanAllowed",
+     {"-x4097", "a"},
+     "qorhex: --hexdump: not a number from 1 to 4096: '4097'\n"},
+    {"EmptyBytesPerLine",
+     {"--hexdump=", "a"},
+     "qorhex: --hexdump: not a number from 1 to 4096: ''\n"},
+    {"NegativeBytesPerLine",
+     {"-x-1", "a"},
+     "qorhex: --hexdump: not a number from 1 to 4096: '-1'\n"},
+    {"BytesPerLineWithUnit",
+     {"-x1K", "a"},
+     "qorhex: --hexdump: not a number from 1 to 4096: '1K'\n"},
+    {"OptionAmongTheBytesPerLine",
+     {"-xr", "a"},
+     "qorhex: --hexdump: not a number from 1 to 4096: 'r'\n"},
+    {"BytesPerLineOfMoreThan64Bits",
+     {"-x18446744073709551617", "a"},
+     "qorhex: --hexdump: not a number from 1 to 4096: "
+     "'18446744073709551617'\n"},
     {"EmptySize", {"--max-size=", "a"}, "qorhex: --max-size: not a size: ''\n"},
     {"UnitOnly",
      {"--max-size=K", "a"},
@@ -323,6 +350,188 @@ TEST_F(Qorhex, ClosedStandardDescriptorsDoNotReceiveTheImage) {
   EXPECT_EQ(folder.read("fw.bin"), "ABCD");
 }
 
+// ------------------------------------------------------------------ Dumping
+
+const std::string alphabetText =
+    dataRecord(0x100, "abcdefghijklmnopqrst") + endRecord;
+
+const char alphabetDump[] =
+    "0x00000100: 61 62 63 64 65 66 67 68 69 6a 6b 6c 6d 6e 6f 70\n"
+    "0x00000110: 71 72 73 74\n";
+
+const char alphabetDumpOfEight[] =
+    "0x00000100: 61 62 63 64 65 66 67 68\n"
+    "0x00000108: 69 6a 6b 6c 6d 6e 6f 70\n"
+    "0x00000110: 71 72 73 74\n";
+
+TEST_F(Qorhex, DumpShowsTheBytesBehindTheirAddress) {
+  folder.write("fw.hex", alphabetText);
+  for (const char* option : {"-x", "--hexdump", "-x16", "--hexdump=16"}) {
+    const processResult_t result = run({option, "fw.hex"});
+    EXPECT_EQ(result.out, alphabetDump) << option;
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.status, 0);
+  }
+}
+
+TEST_F(Qorhex, DumpTakesTheNumberOfBytesPerLine) {
+  folder.write("fw.hex", alphabetText);
+  for (const char* option : {"-x8", "--hexdump=8", "--hex=008"}) {
+    EXPECT_EQ(run({option, "fw.hex"}).out, alphabetDumpOfEight) << option;
+  }
+  EXPECT_EQ(run({"-x4096", "fw.hex"}).out,
+            "0x00000100: 61 62 63 64 65 66 67 68 69 6a 6b 6c 6d 6e 6f 70 71 72 "
+            "73 74\n");
+}
+
+TEST_F(Qorhex, DumpTakesANumberApartFromItAsAFile) {
+  folder.write("fw.hex", alphabetText);
+  const processResult_t result = run({"fw.hex", "-x", "8"});
+  EXPECT_EQ(result.out, std::string("fw.hex:\n") + alphabetDump);
+  EXPECT_EQ(result.err, "qorhex: 8: No such file or directory\n");
+  EXPECT_EQ(result.status, 1);
+}
+
+TEST_F(Qorhex, DumpOfOneBytePerLine) {
+  folder.write("fw.hex", sampleText);
+  EXPECT_EQ(run({"-x1", "fw.hex"}).out,
+            "0x00000100: 41\n"
+            "0x00000101: 42\n"
+            "0x00000102: 43\n"
+            "0x00000103: 44\n");
+}
+
+TEST_F(Qorhex, DumpRunsOnAcross64KiB) {
+  folder.write("fw.hex", baseRecord(4, 0x0800) + dataRecord(0xFFFA, "abcdef") +
+                             baseRecord(4, 0x0801) + dataRecord(0, "ghijkl") +
+                             endRecord);
+  EXPECT_EQ(run({"-x4", "fw.hex"}).out,
+            "0x0800fffa: 61 62 63 64\n"
+            "0x0800fffe: 65 66 67 68\n"
+            "0x08010002: 69 6a 6b 6c\n");
+  EXPECT_EQ(run({"-x", "fw.hex"}).out,
+            "0x0800fffa: 61 62 63 64 65 66 67 68 69 6a 6b 6c\n");
+}
+
+TEST_F(Qorhex, DumpPutsAnEmptyLineBetweenSegments) {
+  folder.write("fw.hex", dataRecord(0, "abcde") + dataRecord(6, "gh") +
+                             baseRecord(4, 0xFFFF) + dataRecord(0xFFFD, "xyz") +
+                             endRecord);
+  EXPECT_EQ(run({"-x4", "fw.hex"}).out,
+            "0x00000000: 61 62 63 64\n"
+            "0x00000004: 65\n"
+            "\n"
+            "0x00000006: 67 68\n"
+            "\n"
+            "0xfffffffd: 78 79 7a\n");
+}
+
+TEST_F(Qorhex, DumpShowsReversedBytesAtThePlaceOfTheirSegment) {
+  folder.write("fw.hex", dataRecord(0xFFFE, "ab") + baseRecord(4, 1) +
+                             dataRecord(0, "cd") + dataRecord(6, "xyz") +
+                             endRecord);
+  EXPECT_EQ(run({"-rx3", "fw.hex"}).out,
+            "0x0000fffe: 64 63 62\n"
+            "0x00010001: 61\n"
+            "\n"
+            "0x00010006: 7a 79 78\n");
+}
+
+TEST_F(Qorhex, DumpNamesSeveralFiles) {
+  folder.write("a.hex", sampleText);
+  folder.write("b.hex", endRecord);
+  folder.write("c d.hex", dataRecord(0, "x") + endRecord);
+  const processResult_t result = run({"-x", "--", "a.hex", "b.hex", "c d.hex"});
+  EXPECT_EQ(result.out,
+            "a.hex:\n"
+            "0x00000100: 41 42 43 44\n"
+            "b.hex:\n"
+            "c d.hex:\n"
+            "0x00000000: 78\n");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(Qorhex, DumpOfNoDataIsEmpty) {
+  folder.write("fw.hex", endRecord);
+  const processResult_t result = run({"-x", "fw.hex"});
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(Qorhex, DumpStandsBesideTheFiles) {
+  folder.write("fw.hex", sampleText);
+  const processResult_t result =
+      run({"-x", "-o", ".", "-b", "fw.bin", "fw.hex"});
+  EXPECT_EQ(result.out, "0x00000100: 41 42 43 44\n");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(folder.read("fw.bin"), "ABCD");
+  EXPECT_EQ(folder.read("fw-00000100.bin"), "ABCD");
+}
+
+TEST_F(Qorhex, DumpOfABadFileIsEmpty) {
+  folder.write("fw.hex", good + "rubbish\n");
+  expectFailure({"-x", "fw.hex"},
+                "qorhex: fw.hex: line 2: no start code ':' at the beginning: "
+                "\"rubbish\"\n");
+}
+
+TEST_F(Qorhex, DumpToAFullDeviceIsAnError) {
+  folder.write("fw.hex", sampleText);
+  expectFailure({"-x", "fw.hex"},
+                "qorhex: standard output: No space left on device\n",
+                [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+  expectFailure({"-x", "fw.hex"},
+                "qorhex: standard output: Bad file descriptor\n",
+                [] { close(STDOUT_FILENO); });
+}
+
+// A sound text of `size` bytes, a multiple of 64 KiB, each the low byte of its
+// address.
+std::string textOf(unsigned size) {
+  std::string text;
+  for (unsigned at = 0; at < size; at += 0x80) {
+    if (at % 0x10000 == 0) {
+      text += baseRecord(4, at >> 16U);
+    }
+    Bytes data;
+    for (unsigned i = at; i < at + 0x80; ++i) {
+      data += static_cast<char>(i);
+    }
+    text += dataRecord(at & 0xFFFFU, data);
+  }
+  return text + endRecord;
+}
+
+TEST_F(Qorhex, DumpEndsAtTheFirstPieceThatFails) {
+  folder.write("fw.hex", textOf(0x20000));
+  folder.write("dump", "");
+  expectFailure({"-x", "fw.hex"}, "qorhex: standard output: File too large\n",
+                [] {
+                  const rlimit limit{100000, 100000};
+                  setrlimit(RLIMIT_FSIZE, &limit);
+                  dup2(open("dump", O_WRONLY), STDOUT_FILENO);
+                });
+  EXPECT_EQ(folder.read("dump").size(), 100000U);
+}
+
+TEST_F(Qorhex, DumpIsNotHeldInMemory) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer holds back what was freed";
+#endif
+  constexpr unsigned size = 0x80000;
+  folder.write("fw.hex", textOf(size));
+  const processResult_t listing = run({"fw.hex"});
+  const processResult_t dump = run({"-x1", "fw.hex"});
+  EXPECT_EQ(dump.out.size(), size * 15);
+  EXPECT_EQ(dump.out.substr(dump.out.size() - 30),
+            "0x0007fffe: fe\n"
+            "0x0007ffff: ff\n");
+  EXPECT_LT(dump.peakMemory - listing.peakMemory, 2 << 10);
+}
+
 // ------------------------------------------------------------- Refused text
 
 struct badText_t {
@@ -342,8 +551,6 @@ TEST_P(QorhexBadText, IsRefusedWithFileLineReasonAndLine) {
   expectFailure({"bad.hex"}, message);
   expectFailure({"--force", "bad.hex"}, message);
 }
-
-const std::string good = dataRecord(0, "abcd");
 
 const badText_t badTexts[] = {
     {"NoStartCode", good + "0401000041424344F1\n" + endRecord,

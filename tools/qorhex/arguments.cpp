@@ -25,7 +25,9 @@ Options makeOptions() {
       {'b', "binary", "file", true,
        "Write the whole image, gaps filled with 0xff."},
       {'r', "reverse", nullptr, false,
-       "Reverse the bytes of each segment before writing."},
+       "Reverse the bytes of each segment before writing or dumping."},
+      {'x', "hexdump", "n", false,
+       "Dump the bytes of each segment,\nn per line, default=16."},
       {STRICT, "strict", nullptr, false,
        "Leave the reading to the library: no repairs, no checks."},
       {FORCE, "force", nullptr, false,
@@ -44,6 +46,22 @@ exitStatus_t wrongUsage(const std::string& reason) {
   return WRONG_USAGE;
 }
 
+// Reads a number of decimal digits, nothing else, that 64 bits hold.
+std::optional<std::uint64_t> parseNumber(std::string_view text) {
+  std::uint64_t number = 0;
+  for (const char character : text) {
+    if (character < '0' || character > '9') {
+      return std::nullopt;
+    }
+    const auto digit = static_cast<std::uint64_t>(character - '0');
+    if (number > (std::numeric_limits<std::uint64_t>::max() - digit) / 10) {
+      return std::nullopt;
+    }
+    number = number * 10 + digit;
+  }
+  return text.empty() ? std::nullopt : std::optional(number);
+}
+
 // Reads "64", "64K", "64M" or "64G"; nothing else, and nothing that 64 bits do
 // not hold.
 std::optional<std::uint64_t> parseSize(std::string_view text) {
@@ -53,29 +71,26 @@ std::optional<std::uint64_t> parseSize(std::string_view text) {
     shift = 10 * (1 + static_cast<unsigned>(units.find(text.back())));
     text.remove_suffix(1);
   }
-  if (text.empty()) {
+  const std::optional<std::uint64_t> number = parseNumber(text);
+  if (!number || *number > std::numeric_limits<std::uint64_t>::max() >> shift) {
     return std::nullopt;
   }
-  const std::uint64_t limit =
-      std::numeric_limits<std::uint64_t>::max() >> shift;
-  std::uint64_t number = 0;
-  for (const char character : text) {
-    if (character < '0' || character > '9') {
-      return std::nullopt;
-    }
-    const auto digit = static_cast<std::uint64_t>(character - '0');
-    if (number > (limit - digit) / 10) {
-      return std::nullopt;
-    }
-    number = number * 10 + digit;
-  }
-  return number << shift;
+  return *number << shift;
+}
+
+// Reads the number of bytes in a line of a dump; a missing one is the default.
+std::optional<std::uint64_t> parsePerLine(const char* text) {
+  constexpr std::uint64_t standard = 16;
+  constexpr std::uint64_t most = 4096;
+  const std::optional<std::uint64_t> number =
+      text == nullptr ? standard : parseNumber(text);
+  return number && *number >= 1 && *number <= most ? number : std::nullopt;
 }
 
 exitStatus_t showHelp(const Options& options, std::ostream& out) {
   out << "Usage: qorhex [options] FILE...\n"
-         "Lists the segments of Intel HEX files, or writes them as raw "
-         "binary files.\n\n";
+         "Lists the segments of Intel HEX files, dumps them, or writes "
+         "them as raw\nbinary files.\n\n";
   options.print(out);
   return ALL_WELL;
 }
@@ -109,6 +124,13 @@ std::optional<exitStatus_t> readOptions(int argc, char** argv,
         break;
       case 'r':
         arguments.reverse = true;
+        break;
+      case 'x':
+        arguments.dumpedPerLine = parsePerLine(optarg);
+        if (!arguments.dumpedPerLine) {
+          return wrongUsage("--hexdump: not a number from 1 to 4096: '" +
+                            std::string(optarg) + "'");
+        }
         break;
       case STRICT:
         arguments.strict = true;

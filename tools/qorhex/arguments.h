@@ -21,6 +21,8 @@ struct arguments_t {
   std::optional<std::string> binaryFile;
   /// The largest image that goes into `binaryFile`, in bytes.
   std::uint64_t maxSize{256ULL << 20U};
+  /// The number of bytes per line of a hex dump, when one is wanted.
+  std::optional<std::uint64_t> dumpedPerLine;
   /// Whether each segment is reversed.
   bool reverse{false};
   /// Whether the library gets the files unread.

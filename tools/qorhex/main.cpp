@@ -22,6 +22,7 @@
 
 #include "arguments.h"
 #include "descriptor.h"
+#include "dumping.h"
 #include "messages.h"
 #include "reading.h"
 #include "segments.h"
@@ -49,18 +50,20 @@ bool isFolder(const std::string& path) {
   return S_ISDIR(status.st_mode);
 }
 
-// Writes `text` to standard output and tells whether it arrived there.
-bool writeOutput(const std::string& text) {
-  errno = 0;
-  std::cout << text << std::flush;
-  if (std::cout) {
-    return true;
+// Lists or dumps the segments of the file `path`; false when standard output
+// fails.
+bool showFile(const arguments_t& arguments, const std::string& path,
+              const std::vector<segment_t>& segments) {
+  std::ostringstream text;
+  if (arguments.files.size() > 1) {
+    text << path << ":\n";
   }
-  const int error = errno;
-  std::cout.clear();
-  messageAbout("standard output")
-      << (error != 0 ? std::strerror(error) : "cannot be written") << '\n';
-  return false;
+  if (arguments.dumpedPerLine) {
+    return writeOutput(text.str()) &&
+           dumpSegments(segments, *arguments.dumpedPerLine);
+  }
+  listSegments(text, segments);
+  return writeOutput(text.str());
 }
 
 bool handleFile(const arguments_t& arguments, const std::string& path) {
@@ -70,16 +73,12 @@ bool handleFile(const arguments_t& arguments, const std::string& path) {
     if (arguments.reverse) {
       reverseSegments(segments);
     }
-    if (arguments.outputFolder || arguments.binaryFile) {
+    const bool writing = arguments.outputFolder || arguments.binaryFile;
+    if (writing) {
       writeFiles(arguments, path, segments);
-      return true;
     }
-    std::ostringstream table;
-    if (arguments.files.size() > 1) {
-      table << path << ":\n";
-    }
-    listSegments(table, segments);
-    return writeOutput(table.str());
+    return (writing && !arguments.dumpedPerLine) ||
+           showFile(arguments, path, segments);
   } catch (const QorException& failure) {
     std::cerr << "qorhex: " << failure.what() << '\n';
   } catch (const std::bad_alloc&) {

@@ -2,11 +2,26 @@
 
 #include "messages.h"
 
+#include <cerrno>
+#include <cstring>
 #include <iostream>
 #include <utility>
 
 std::ostream& messageAbout(const std::string& subject) {
   return std::cerr << "qorhex: " << subject << ": ";
+}
+
+bool writeOutput(const std::string& text) {
+  errno = 0;
+  std::cout << text << std::flush;
+  if (std::cout) {
+    return true;
+  }
+  const int error = errno;
+  std::cout.clear();
+  messageAbout("standard output")
+      << (error != 0 ? std::strerror(error) : "cannot be written") << '\n';
+  return false;
 }
 
 std::string hexText(std::uint64_t value, int digits) {

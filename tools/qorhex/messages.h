@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // What the tool tells on standard error besides its failures: notes for the
-// user who asked for them, and progress.
+// user who asked for them, and progress; and the text on standard output.
 
 #ifndef QORHEX_MESSAGES_H
 #define QORHEX_MESSAGES_H
@@ -13,6 +13,10 @@
 /// Begins a message about `subject` (a file, mostly) on std::cerr and returns
 /// the stream. The caller ends the line.
 std::ostream& messageAbout(const std::string& subject);
+
+/// Writes `text` to standard output and returns whether it arrived there; a
+/// message tells if it did not.
+bool writeOutput(const std::string& text);
 
 /// Returns `value` as "0x" and at least `digits` lower-case hex digits.
 std::string hexText(std::uint64_t value, int digits);

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+
+#include "dumping.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <qorutil/formatting.h>
+
+#include "descriptor.h"
+#include "messages.h"
+
+namespace {
+
+// Collects the text and writes it in pieces, so that a dump of any length
+// takes little memory and ends soon where nobody takes it.
+class DumpText {
+ public:
+  explicit DumpText(std::uint64_t bytesPerLine)
+      : lineSize(static_cast<std::size_t>(bytesPerLine)) {
+    line.reserve(lineSize);
+  }
+
+  // Adds the bytes at `data` to the line that is not complete yet, and writes
+  // the lines that become so. False when standard output fails.
+  bool add(const stretch_t& stretch) {
+    const unsigned char* data = stretch.data;
+    const unsigned char* const end = data + stretch.size;
+    while (data != end) {
+      const std::size_t taken = std::min(lineSize - line.size(),
+                                         static_cast<std::size_t>(end - data));
+      line.insert(line.end(), data, data + taken);
+      data += taken;
+      if (line.size() == lineSize) {
+        endLine();
+      }
+      if (text.tellp() >= std::streamoff{ioPiece} && !flush()) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  // Begins a segment at `address`; what is left of the one before ends there.
+  void startSegment(std::uint64_t address, bool first) {
+    text << (first ? "" : "\n");
+    next = address;
+  }
+
+  void endLine() {
+    if (line.empty()) {
+      return;
+    }
+    // The address stands in the prefix: the library knows where the bytes are
+    // in memory, not in the image.
+    const std::string prefix = hexText(next, 8) + ':';
+    const unsigned char* const first = line.data();
+    hexdump(text, first, first + line.size(), prefix.c_str(), lineSize,
+            HEXDUMP_NONE, false);
+    text << '\n';
+    next += line.size();
+    line.clear();
+  }
+
+  bool flush() {
+    const bool written = writeOutput(text.str());
+    text.str({});
+    return written;
+  }
+
+ private:
+  std::size_t lineSize;
+  std::vector<unsigned char> line;
+  std::uint64_t next{0};
+  std::ostringstream text;
+};
+
+}  // namespace
+
+bool dumpSegments(const std::vector<segment_t>& segments,
+                  std::uint64_t bytesPerLine) {
+  DumpText text(bytesPerLine);
+  for (const segment_t& segment : segments) {
+    text.startSegment(segment.address, &segment == &segments.front());
+    for (const stretch_t& stretch : segment.stretches) {
+      if (!text.add(stretch)) {
+        return false;
+      }
+    }
+    text.endLine();
+  }
+  return text.flush();
+}

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+//
+// The segments as a hex dump on standard output.
+
+#ifndef QORHEX_DUMPING_H
+#define QORHEX_DUMPING_H
+
+#include <cstdint>
+#include <vector>
+
+#include "segments.h"
+
+/// Writes the bytes of `segments` to standard output, `bytesPerLine` in a line,
+/// behind the image address of the line's first byte. Every segment begins a
+/// line of its own, all but the first behind an empty line.
+///
+/// Returns false, after a message, when standard output does not take the text;
+/// the rest is then not made any more.
+bool dumpSegments(const std::vector<segment_t>& segments,
+                  std::uint64_t bytesPerLine);
+
+#endif  // QORHEX_DUMPING_H
