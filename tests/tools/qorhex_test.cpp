@@ -264,9 +264,9 @@ TEST_F(Qorhex, ListsSegmentsInAlignedColumns) {
   const processResult_t result = run({"fw.hex"});
   EXPECT_EQ(result.out,
             "   no  first       last        size\n"
-            "    0  0x00000100  0x0000013f  64\n"
-            "    1  0xfffffff0  0xffffffff  16\n"
-            "total                          80\n");
+            "    0  0x00000100  0x0000013f  64  64B\n"
+            "    1  0xfffffff0  0xffffffff  16  16B\n"
+            "total                          80  80B\n");
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.status, 0);
 }
@@ -284,9 +284,27 @@ TEST_F(Qorhex, ListsSizesUnderEachOther) {
                              dataRecord(0x1000, "b") + endRecord);
   EXPECT_EQ(run({"fw.hex"}).out,
             "   no  first       last        size\n"
-            "    0  0x00000000  0x00000063  100\n"
-            "    1  0x00001000  0x00001000    1\n"
-            "total                          101\n");
+            "    0  0x00000000  0x00000063  100  100B\n"
+            "    1  0x00001000  0x00001000    1    1B\n"
+            "total                          101  101B\n");
+}
+
+TEST_F(Qorhex, ListsSizesInReadableUnitsToo) {
+  std::string text;
+  for (unsigned at = 0; at < 0x600; at += 0x80) {
+    text += dataRecord(at, Bytes(0x80, 'a'));
+  }
+  text += dataRecord(0x1000, Bytes(0x10, 'b')) + baseRecord(4, 1);
+  for (unsigned at = 0; at < 0x10000; at += 0x80) {
+    text += dataRecord(at, Bytes(0x80, 'c'));
+  }
+  folder.write("fw.hex", text + endRecord);
+  EXPECT_EQ(run({"fw.hex"}).out,
+            "   no  first       last        size\n"
+            "    0  0x00000000  0x000005ff   1536      1.5KiB\n"
+            "    1  0x00001000  0x0000100f     16         16B\n"
+            "    2  0x00010000  0x0001ffff  65536       64KiB\n"
+            "total                          67088  65.5156KiB\n");
 }
 
 TEST_F(Qorhex, JoinsSegmentsAcross64KiB) {
@@ -294,8 +312,8 @@ TEST_F(Qorhex, JoinsSegmentsAcross64KiB) {
                              dataRecord(0, "efgh") + endRecord);
   EXPECT_EQ(run({"fw.hex"}).out,
             "   no  first       last        size\n"
-            "    0  0x0000fffc  0x00010003  8\n"
-            "total                          8\n");
+            "    0  0x0000fffc  0x00010003  8  8B\n"
+            "total                          8  8B\n");
 }
 
 TEST_F(Qorhex, ListsSeveralFilesUnderTheirNames) {
@@ -305,8 +323,8 @@ TEST_F(Qorhex, ListsSeveralFilesUnderTheirNames) {
   EXPECT_EQ(result.out,
             "a.hex:\n"
             "   no  first       last        size\n"
-            "    0  0x00000100  0x00000103  4\n"
-            "total                          4\n"
+            "    0  0x00000100  0x00000103  4  4B\n"
+            "total                          4  4B\n"
             "b.hex:\n"
             "total  0\n");
   EXPECT_EQ(result.err, "");
@@ -750,9 +768,9 @@ TEST_F(Qorhex, SegmentAddressesBecomePlainOnes) {
                              endRecord);
   EXPECT_EQ(run({"fw.hex"}).out,
             "   no  first       last        size\n"
-            "    0  0x00012350  0x00012351  2\n"
-            "    1  0x0010ffe0  0x0010ffe1  2\n"
-            "total                          4\n");
+            "    0  0x00012350  0x00012351  2  2B\n"
+            "    1  0x0010ffe0  0x0010ffe1  2  2B\n"
+            "total                          4  4B\n");
 }
 
 TEST_F(Qorhex, OffsetsWrapInsideASegment) {
@@ -866,8 +884,8 @@ TEST_F(Qorhex, MergedRepeatsAreOneSegment) {
                              dataRecord(0, "abcdefgh") + endRecord);
   EXPECT_EQ(run({"fw.hex"}).out,
             "   no  first       last        size\n"
-            "    0  0x00000000  0x00000007  8\n"
-            "total                          8\n");
+            "    0  0x00000000  0x00000007  8  8B\n"
+            "total                          8  8B\n");
 }
 
 TEST_F(Qorhex, ConflictNamesBothLinesAddressAndBytes) {
@@ -1099,8 +1117,8 @@ TEST_F(Qorhex, StandardInputIsReadThroughItsDevice) {
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.out,
             "   no  first       last        size\n"
-            "    0  0x00000100  0x00000103  4\n"
-            "total                          4\n");
+            "    0  0x00000100  0x00000103  4  4B\n"
+            "total                          4  4B\n");
 }
 
 TEST_F(Qorhex, ABadLineOfAPipeIsShown) {
@@ -1139,13 +1157,14 @@ TEST_F(Qorhex, OutputWritesEverySegmentOfASparseImage) {
 
 TEST_F(Qorhex, BinaryRefusesASpanBeyondTheLimit) {
   folder.write("fw.hex", sparseText);
-  expectFailure({"-b", "fw.bin", "fw.hex"},
-                "qorhex: fw.hex: the image spans 4294967284 bytes from "
-                "0x00000000 to 0xfffffff3, more than the 268435456 that "
-                "--max-size allows for --binary\n");
+  expectFailure(
+      {"-b", "fw.bin", "fw.hex"},
+      "qorhex: fw.hex: the image spans 4294967284 bytes (4GiB) from "
+      "0x00000000 to 0xfffffff3, more than the 268435456 (256MiB) that "
+      "--max-size allows for --binary\n");
   expectFailure({"-b", "fw.bin", "-o", ".", "--max-size=1K", "fw.hex"},
-                "qorhex: fw.hex: the image spans 4294967284 bytes from "
-                "0x00000000 to 0xfffffff3, more than the 1024 that "
+                "qorhex: fw.hex: the image spans 4294967284 bytes (4GiB) from "
+                "0x00000000 to 0xfffffff3, more than the 1024 (1KiB) that "
                 "--max-size allows for --binary\n");
 }
 
@@ -1207,7 +1226,7 @@ TEST_F(Qorhex, ManySegmentsAreListed) {
   folder.write("fw.hex", text + endRecord);
   const std::string listing = run({"fw.hex"}).out;
   EXPECT_EQ(std::count(listing.begin(), listing.end(), '\n'), 302);
-  EXPECT_NE(listing.find("\n  299  0x00000381  0x00000382    2\n"),
+  EXPECT_NE(listing.find("\n  299  0x00000381  0x00000382    2    2B\n"),
             std::string::npos);
 }
 
@@ -1424,8 +1443,8 @@ TEST_F(Qorhex, StrictLaysLaterBlocksOverEarlierOnes) {
   expectImage(text, "ihgf5DCba", "", {"--strict", "-r"});
   EXPECT_EQ(run({"--strict", "fw.hex"}).out,
             "   no  first       last        size\n"
-            "    0  0x00000000  0x00000008  9\n"
-            "total                          9\n");
+            "    0  0x00000000  0x00000008  9  9B\n"
+            "total                          9  9B\n");
 }
 
 }  // namespace

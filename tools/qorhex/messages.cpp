@@ -5,7 +5,10 @@
 #include <cerrno>
 #include <cstring>
 #include <iostream>
+#include <sstream>
 #include <utility>
+
+#include <qorutil/system.h>
 
 std::ostream& messageAbout(const std::string& subject) {
   return std::cerr << "qorhex: " << subject << ": ";
@@ -30,6 +33,12 @@ std::string hexText(std::uint64_t value, int digits) {
     text.insert(text.begin(), "0123456789abcdef"[value & 0xFU]);
   }
   return "0x" + text;
+}
+
+std::string sizeText(std::uint64_t bytes) {
+  std::ostringstream text;
+  text << printSize(bytes);
+  return text.str();
 }
 
 std::string countText(std::uint64_t count, const std::string& unit) {

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <sstream>
+
+#include <qorutil/formatting.h>
 
 #include "messages.h"
 
@@ -91,9 +94,9 @@ std::string describeDamage(const char* text, std::size_t size) {
 
 std::string quoteText(const char* text, std::size_t size) {
   const bool tooLong = size > maxRecordText;
-  std::string quoted(text, tooLong ? shownOfLongLine : size);
-  std::replace_if(
-      quoted.begin(), quoted.end(),
-      [](char character) { return character < ' ' || character > '~'; }, '.');
-  return '"' + quoted + (tooLong ? "\"..." : "\"");
+  std::ostringstream quoted;
+  quoted << '"';
+  printPrintable(quoted, {text, tooLong ? shownOfLongLine : size});
+  quoted << (tooLong ? "\"..." : "\"");
+  return quoted.str();
 }

@@ -8,6 +8,8 @@
 #include <ostream>
 #include <utility>
 
+#include <qorutil/system.h>
+
 #include "messages.h"
 #include "output.h"
 
@@ -59,12 +61,13 @@ std::uint64_t checkSpan(const arguments_t& arguments, const std::string& path,
   const std::uint64_t first = segments.front().address;
   const std::uint64_t size = segments.back().end() - first;
   if (size > arguments.maxSize) {
-    throwError(path, "the image spans " + std::to_string(size) +
-                         " bytes from " + hexText(first, addressDigits) +
-                         " to " + hexText(first + size - 1, addressDigits) +
-                         ", more than the " +
-                         std::to_string(arguments.maxSize) +
-                         " that --max-size allows for --binary");
+    throwError(path,
+               "the image spans " + std::to_string(size) + " bytes (" +
+                   sizeText(size) + ") from " + hexText(first, addressDigits) +
+                   " to " + hexText(first + size - 1, addressDigits) +
+                   ", more than the " + std::to_string(arguments.maxSize) +
+                   " (" + sizeText(arguments.maxSize) +
+                   ") that --max-size allows for --binary");
   }
   return size;
 }
@@ -73,6 +76,16 @@ std::string segmentFileName(const std::string& folder, const std::string& path,
                             const segment_t& segment) {
   const std::string address = hexText(segment.address, addressDigits).substr(2);
   return folder + '/' + stemOf(path) + '-' + address + ".bin";
+}
+
+// The most characters of a readable size in the list.
+std::size_t widestSize(const std::vector<segment_t>& segments,
+                       std::uint64_t total) {
+  std::size_t widest = sizeText(total).size();
+  for (const segment_t& segment : segments) {
+    widest = std::max(widest, sizeText(segment.size).size());
+  }
+  return widest;
 }
 
 }  // namespace
@@ -88,14 +101,17 @@ void listSegments(std::ostream& os, const std::vector<segment_t>& segments) {
     return;
   }
   const auto width = static_cast<int>(totalText.size());
+  const auto readableWidth = static_cast<int>(widestSize(segments, total));
   os << "   no  first       last        size\n";
   for (std::size_t i = 0; i < segments.size(); ++i) {
     const segment_t& segment = segments[i];
     os << std::setw(5) << i << "  " << hexText(segment.address, addressDigits)
        << "  " << hexText(segment.end() - 1, addressDigits) << "  "
-       << std::setw(width) << segment.size << '\n';
+       << std::setw(width) << segment.size << "  " << std::setw(readableWidth)
+       << printSize(segment.size) << '\n';
   }
-  os << "total" << std::string(26, ' ') << totalText << '\n';
+  os << "total" << std::string(26, ' ') << totalText << "  "
+     << std::setw(readableWidth) << printSize(total) << '\n';
 }
 
 void writeFiles(const arguments_t& arguments, const std::string& path,

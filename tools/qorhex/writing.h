@@ -13,7 +13,8 @@
 #include "segments.h"
 
 /// Writes the table of `segments` to `os`: a heading, a line for each, the
-/// total. Without segments there is the total only.
+/// total; sizes in bytes, and once more in a readable unit. Without segments
+/// there is the total only.
 void listSegments(std::ostream& os, const std::vector<segment_t>& segments);
 
 /// Writes the files that `arguments` ask for, for the HEX file `path`.
