@@ -1378,6 +1378,88 @@ TEST_F(Qorhex, AFullAnonymousFileIsAnError) {
   expectFailure({"fw.hex"}, "qorhex: fw.hex: File too large\n", fileLimit(100));
 }
 
+// Sends `signals` to the program as soon as it has a temporary file. It waits
+// for a reader of the FIFO then, which never comes.
+void endWhenTemporaryExists(const std::vector<int>& signals) {
+  const pid_t program = getpid();
+  if (fork() != 0) {
+    return;
+  }
+  const auto isTemporary = [](const std::filesystem::directory_entry& entry) {
+    return entry.path().filename().string().rfind(".qorhex-", 0) == 0;
+  };
+  for (const std::filesystem::directory_iterator end;
+       std::find_if(std::filesystem::directory_iterator("."), end,
+                    isTemporary) == end;) {
+    usleep(1000);
+  }
+  for (const int number : signals) {
+    kill(program, number);
+  }
+  _exit(0);
+}
+
+class QorhexSignal : public Qorhex, public testing::WithParamInterface<int> {};
+
+TEST_P(QorhexSignal, LeavesNoTemporaryFileAndTheOldOnes) {
+  folder.write("fw.hex", sparseText);
+  folder.write("fw-fffffff0.bin", "old");
+  ASSERT_EQ(mkfifo(folder.path("fifo").c_str(), 0600), 0);
+  const processResult_t result =
+      run({"-o", ".", "-b", "fifo", "--max-size=4G", "fw.hex"}, [] {
+        // The surroundings of the test may ignore it, or want a core.
+        std::signal(GetParam(), SIG_DFL);
+        const rlimit none{0, 0};
+        setrlimit(RLIMIT_CORE, &none);
+        endWhenTemporaryExists({GetParam()});
+      });
+  EXPECT_EQ(result.status, 1000 + GetParam());
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "");
+  EXPECT_THAT(folder.names(), ElementsAre("fifo", "fw-fffffff0.bin", "fw.hex"));
+  EXPECT_EQ(folder.read("fw-fffffff0.bin"), "old");
+}
+
+INSTANTIATE_TEST_SUITE_P(Ending, QorhexSignal,
+                         testing::Values(SIGHUP, SIGINT, SIGQUIT, SIGPIPE,
+                                         SIGTERM),
+                         [](const auto& tested) {
+                           return "Signal" + std::to_string(tested.param);
+                         });
+
+TEST_F(Qorhex, SignalsIgnoredAtTheStartStayIgnored) {
+  folder.write("fw.hex", sparseText);
+  ASSERT_EQ(mkfifo(folder.path("fifo").c_str(), 0600), 0);
+  // Of several signals the one of the lowest number arrives first.
+  const processResult_t result =
+      run({"-o", ".", "-b", "fifo", "--max-size=4G", "fw.hex"}, [] {
+        std::signal(SIGHUP, SIG_IGN);
+        std::signal(SIGINT, SIG_IGN);
+        std::signal(SIGTERM, SIG_DFL);
+        endWhenTemporaryExists({SIGHUP, SIGINT, SIGTERM});
+      });
+  EXPECT_EQ(result.status, 1000 + SIGTERM);
+  EXPECT_THAT(folder.names(), ElementsAre("fifo", "fw.hex"));
+}
+
+TEST_F(Qorhex, AClosedPipeLeavesNoTemporaryFile) {
+  folder.write("fw.hex", sampleText);
+  const auto closePipe = [] {
+    int ends[2];
+    if (pipe(ends) != 0) {
+      _exit(99);
+    }
+    std::signal(SIGPIPE, SIG_DFL);
+    dup2(ends[1], STDOUT_FILENO);
+    close(ends[0]);
+  };
+  const processResult_t result =
+      run({"-o", ".", "-b", "/dev/stdout", "fw.hex"}, closePipe);
+  EXPECT_EQ(result.status, 1000 + SIGPIPE);
+  EXPECT_EQ(result.err, "");
+  EXPECT_THAT(folder.names(), ElementsAre("fw.hex"));
+}
+
 TEST_F(Qorhex, TheInputMayBeReplaced) {
   folder.write("fw.hex", sampleText);
   EXPECT_EQ(run({"-b", "fw.hex", "fw.hex"}).status, 0);

@@ -26,6 +26,7 @@
 #include "messages.h"
 #include "reading.h"
 #include "segments.h"
+#include "temporary.h"
 #include "writing.h"
 
 namespace {
@@ -105,6 +106,7 @@ int main(int argc, char** argv) {
   occupyStandardDescriptors();
   // A file beyond the limit is an error like a full disk, not the end.
   std::signal(SIGXFSZ, SIG_IGN);
+  removeOnSignals();
   try {
     arguments_t arguments;
     std::ostringstream answer;

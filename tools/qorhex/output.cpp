@@ -6,7 +6,6 @@
 #include <array>
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -96,21 +95,6 @@ OutputFile::OutputFile(std::string path) : target(std::move(path)) {
   openTemporary(resolved);
 }
 
-OutputFile::OutputFile(OutputFile&& other) noexcept
-    : target(std::move(other.target)),
-      temporary(std::exchange(other.temporary, {})),
-      finalPath(std::move(other.finalPath)),
-      file(std::move(other.file)),
-      replacing(other.replacing),
-      mode(other.mode),
-      buffer(std::move(other.buffer)) {}
-
-OutputFile::~OutputFile() {
-  if (!temporary.empty()) {
-    ::unlink(temporary.c_str());
-  }
-}
-
 void OutputFile::openDirectly() {
   file = Descriptor(::open(target.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
   if (!file.isOpen()) {
@@ -119,18 +103,11 @@ void OutputFile::openDirectly() {
 }
 
 void OutputFile::openTemporary(const std::string& resolved) {
-  static unsigned serial = 0;
   finalPath = resolved;
+  temporary = std::make_unique<TemporaryFile>(folderOf(resolved));
   // A replacement is not readable for others before it has its mode.
-  const mode_t created = replacing ? 0600 : 0666;
-  do {
-    temporary = folderOf(resolved) + ".qorhex-" + std::to_string(::getpid()) +
-                '-' + std::to_string(serial++);
-    file = Descriptor(::open(temporary.c_str(),
-                             O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, created));
-  } while (!file.isOpen() && errno == EEXIST);
+  file = temporary->create(replacing ? 0600 : 0666);
   if (!file.isOpen()) {
-    temporary.clear();
     throwSystemError(target);
   }
 }
@@ -170,12 +147,12 @@ void OutputFile::flush() {
 void OutputFile::complete() {
   flush();
   buffer = std::vector<unsigned char>();
-  if (replacing && !temporary.empty() && ::fchmod(file.get(), mode) != 0) {
+  if (replacing && temporary && ::fchmod(file.get(), mode) != 0) {
     throwSystemError(target);
   }
   // Pipes and devices have nothing to bring to a disk.
   if (::fsync(file.get()) != 0 &&
-      !(temporary.empty() && (errno == EINVAL || errno == EROFS))) {
+      (temporary || (errno != EINVAL && errno != EROFS))) {
     throwSystemError(target);
   }
   if (::close(file.release()) != 0 && errno != EINTR) {
@@ -184,11 +161,7 @@ void OutputFile::complete() {
 }
 
 void OutputFile::commit() {
-  if (temporary.empty()) {
-    return;
-  }
-  if (std::rename(temporary.c_str(), finalPath.c_str()) != 0) {
+  if (temporary && !temporary->renameTo(finalPath)) {
     throwSystemError(target);
   }
-  temporary.clear();
 }

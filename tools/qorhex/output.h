@@ -7,10 +7,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "descriptor.h"
+#include "temporary.h"
 
 /// A file in the making.
 ///
@@ -23,12 +25,6 @@ class OutputFile {
  public:
   /// Makes the file for the target `path`.
   explicit OutputFile(std::string path);
-
-  OutputFile(OutputFile&& other) noexcept;
-  OutputFile& operator=(OutputFile&& other) = delete;
-
-  /// Removes what was not committed.
-  ~OutputFile();
 
   /// Appends the `size` bytes at `data`.
   void append(const unsigned char* data, std::uint64_t size);
@@ -48,7 +44,7 @@ class OutputFile {
   void flush();
 
   std::string target;
-  std::string temporary;
+  std::unique_ptr<TemporaryFile> temporary;
   std::string finalPath;
   Descriptor file;
   bool replacing{false};
