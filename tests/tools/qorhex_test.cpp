@@ -1202,6 +1202,24 @@ TEST_F(Qorhex, LargeImagesArriveWhole) {
   expectImage(text + endRecord, image, "", {"-r"});
 }
 
+TEST_F(Qorhex, LinesMayBeCutAnywhereBetweenTwoReads) {
+  Bytes image;
+  std::string text;
+  while (text.size() < 70000) {
+    const Bytes data(16, static_cast<char>(image.size() >> 4U));
+    text += dataRecord(static_cast<unsigned>(image.size()), data);
+    text.insert(text.size() - 1, "\r");
+    image += data;
+  }
+  // Every blank moves the edge of the first piece by one character.
+  for (std::size_t blanks = 0; blanks < 46; ++blanks) {
+    folder.write("fw.hex", std::string(blanks, ' ') + text + endRecord);
+    const processResult_t result = run({"-b", "/dev/stdout", "fw.hex"});
+    EXPECT_EQ(result.err, "");
+    EXPECT_TRUE(result.out == image) << blanks;
+  }
+}
+
 TEST_F(Qorhex, AnEmptyImageGivesAnEmptyBinaryAndNoSegments) {
   expectImage(endRecord, "");
   EXPECT_EQ(run({"-o", ".", "fw.hex"}).status, 0);

@@ -49,7 +49,9 @@ void copyPieces(const TextInput& input, NormalText& out) {
   LineReader lines(input.rewind(), -1, input.name(), silent);
   RecordReader records(input, lines);
   for (piece_t piece{}; records.next(piece);) {
-    out.add(piece.address, piece.data, piece.size);
+    unsigned char bytes[maxRecordData];
+    decodeBytes(piece.digits, piece.size, bytes);
+    out.add(piece.address, bytes, piece.size);
   }
 }
 

@@ -3,7 +3,9 @@
 #include "record_index.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
+#include <numeric>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,6 +17,22 @@ namespace {
 
 std::uint64_t endOf(const indexEntry_t& entry) {
   return std::uint64_t{entry.address} + entry.size;
+}
+
+// Entries of one address stay in the order in which they are.
+void sortByAddress(std::vector<indexEntry_t>& entries) {
+  std::vector<indexEntry_t> sorted(entries.size());
+  for (unsigned shift = 0; shift < 32; shift += 8) {
+    std::size_t places[257]{};
+    for (const indexEntry_t& entry : entries) {
+      ++places[(entry.address >> shift & 0xFFU) + 1];
+    }
+    std::partial_sum(std::begin(places), std::end(places), std::begin(places));
+    for (const indexEntry_t& entry : entries) {
+      sorted[places[entry.address >> shift & 0xFFU]++] = entry;
+    }
+    entries.swap(sorted);
+  }
 }
 
 [[noreturn]] void failOnConflict(const TextInput& text, std::uint64_t address,
@@ -122,12 +140,7 @@ RecordIndex::RecordIndex(const TextInput& input, std::uint64_t count)
     entry.line = static_cast<std::uint32_t>(std::min(piece.line, lastLine));
     entries.push_back(entry);
   }
-  // Not the stable algorithm, which would take half as much memory again.
-  std::sort(entries.begin(), entries.end(),
-            [](const indexEntry_t& one, const indexEntry_t& two) {
-              return one.address != two.address ? one.address < two.address
-                                                : one.position < two.position;
-            });
+  sortByAddress(entries);
 }
 
 bool RecordIndex::overlaps() const {
@@ -142,13 +155,15 @@ mergeCount_t RecordIndex::merge(NormalText& out, bool force) const {
   Window window(text, out, force);
   for (const indexEntry_t& entry : entries) {
     char buffer[maxRecordText];
-    record_t record{};
     const std::string_view line = text.lineAt(entry.position, buffer);
-    if (!decodeRecord(line.data(), line.size(), record) ||
+    const record_t record{line.data()};
+    if (soundRecord(line.data(), line.size()) == 0 ||
         record.size() < std::uint64_t{entry.skipped} + entry.size) {
       throwError(text.name(), "changed while it was read");
     }
-    window.add(entry, record.data() + entry.skipped);
+    unsigned char bytes[maxRecordData];
+    decodeBytes(record.digits(entry.skipped), entry.size, bytes);
+    window.add(entry, bytes);
   }
   window.writeUpTo(std::uint64_t{1} << 32U);
   return window.counts();

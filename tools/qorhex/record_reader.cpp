@@ -47,17 +47,8 @@ bool RecordReader::next(piece_t& piece) {
     wrapped.size = 0;
     return true;
   }
-  while (lines.next(line)) {
-    trimLine();
-    if (line.size == 0) {
-      plain = false;
-      continue;
-    }
-    lastPosition = line.position;
-    lastNumber = line.number;
-    if (!decodeRecord(line.text, line.size, record)) {
-      fail(describeDamage(line.text, line.size));
-    }
+  while (nextLine()) {
+    record = {line.text};
     const unsigned type = record.type();
     if (type == DATA) {
       if (takeData(piece)) {
@@ -90,6 +81,25 @@ bool RecordReader::next(piece_t& piece) {
                               text.quoteLineAt(lastPosition));
 }
 
+// Reads the next record, whatever its type; false at the end of the text.
+bool RecordReader::nextLine() {
+  if (!lines.nextRecord(line)) {
+    do {
+      if (!lines.next(line)) {
+        return false;
+      }
+      trimLine();
+      plain = plain && line.size != 0;
+    } while (line.size == 0);
+    if (soundRecord(line.text, line.size) != line.size) {
+      fail(describeDamage(line.text, line.size));
+    }
+  }
+  lastPosition = line.position;
+  lastNumber = line.number;
+  return true;
+}
+
 void RecordReader::fail(const std::string& reason) const {
   throwError(text.name(), "line " + std::to_string(line.number) + ": " +
                               reason + ": " + quoteText(line.text, line.size));
@@ -118,27 +128,31 @@ void RecordReader::trimLine() {
 
 bool RecordReader::takeData(piece_t& piece) {
   const std::size_t size = record.size();
+  const std::uint32_t offset = record.offset();
   if (size == 0) {
     plain = false;  // the library would warn, and end a block there
     return false;
   }
-  const std::uint32_t offset = record.offset();
-  piece = {base, record.data(), size, 0, line.number, line.position};
-  if (!segmented) {
-    if (std::uint64_t{base} + offset + size > addressSpace) {
-      fail("the record passes 0xffffffff");
-    }
-    piece.address += offset;
-    return true;
+  piece = {base + offset, record.digits(0), size, 0,
+           line.number,   line.position};
+  if (segmented) {
+    wrap(piece);
+  } else if (std::uint64_t{base} + offset + size > addressSpace) {
+    fail("the record passes 0xffffffff");
   }
-  piece.address += offset;
-  piece.size = std::min(size, std::size_t{segmentSize - offset});
+  return true;
+}
+
+// Cuts `piece` at the end of its segment; what lies behind that goes to the
+// segment's beginning.
+void RecordReader::wrap(piece_t& piece) {
+  const std::size_t size = piece.size;
+  piece.size = std::min(size, std::size_t{segmentSize - record.offset()});
   wrapped = piece;
   wrapped.address = base;
-  wrapped.data += piece.size;
+  wrapped.digits = record.digits(piece.size);
   wrapped.skipped = piece.size;
   wrapped.size = size - piece.size;
-  return true;
 }
 
 void RecordReader::takeBase(unsigned type) {

@@ -18,11 +18,11 @@
 struct piece_t {
   /// The address of the first byte.
   std::uint32_t address;
-  /// The bytes; valid until the next piece is read.
-  const unsigned char* data;
+  /// The digits of the bytes; valid until the next piece is read.
+  const char* digits;
   /// The number of bytes, never 0.
   std::size_t size;
-  /// The position of `data` among the bytes of the record.
+  /// The position of the first byte among the bytes of the record.
   std::size_t skipped;
   /// The line of the record.
   std::uint64_t line;
@@ -59,8 +59,10 @@ class RecordReader {
 
  private:
   [[noreturn]] void fail(const std::string& reason) const;
+  bool nextLine();
   void trimLine();
   bool takeData(piece_t& piece);
+  void wrap(piece_t& piece);
   void takeBase(unsigned type);
   void takeEntry();
 

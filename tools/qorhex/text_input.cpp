@@ -97,6 +97,23 @@ bool LineReader::next(line_t& line) {
   return true;
 }
 
+bool LineReader::nextRecord(line_t& line) {
+  const char* const text = buffer.data() + begin;
+  const std::size_t left = end - begin;
+  const std::size_t size = soundRecord(text, left);
+  if (size == 0 || left - size < 2) {
+    return false;
+  }
+  const std::size_t lineFeed = text[size] == '\r' ? size + 1 : size;
+  if (text[lineFeed] != '\n') {
+    return false;
+  }
+  line = {text, size, position, ++number};
+  begin += lineFeed + 1;
+  position += lineFeed + 1;
+  return true;
+}
+
 std::uint64_t LineReader::countRest() {
   output = -1;
   std::uint64_t count = 0;

@@ -82,6 +82,11 @@ class LineReader {
   /// line.
   bool next(line_t& line);
 
+  /// Reads the next line if it is a sound record with nothing around it but the
+  /// line's end and lies in the piece read last; tells whether it was. The line
+  /// is then given without a carriage return.
+  bool nextRecord(line_t& line);
+
   /// Reads to the end of the text and returns the number of lines there, blank
   /// ones left aside. They are not copied.
   std::uint64_t countRest();
