@@ -63,7 +63,7 @@ std::size_t decodeRecordPortable(const char* text, RecordHead& head,
   return checkedLength(text + 2 * std::size_t{head.count}, head, sum);
 }
 
-#if defined(__SSE2__)
+#if defined(__SSE2__) && !defined(QORUTIL_NO_VECTORS)
 
 #include <emmintrin.h>
 
@@ -112,7 +112,7 @@ std::size_t decodeRecordVector(const char* text, RecordHead& head,
   return checkedLength(text + 2 * left, head, sum);
 }
 
-#elif defined(__aarch64__)
+#elif defined(__aarch64__) && !defined(QORUTIL_NO_VECTORS)
 
 #include <arm_neon.h>
 

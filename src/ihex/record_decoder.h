@@ -39,7 +39,7 @@ std::size_t decodeRecordPortable(const char* text, RecordHead& head,
 
 /// The same, 16 digits at a time, with the vector instructions that every
 /// processor of the target has: SSE2 on x86-64, NEON on arm64. On other targets
-/// it is the plain form.
+/// and in a build with QORUTIL_NO_VECTORS, it is the plain form.
 std::size_t decodeRecordVector(const char* text, RecordHead& head,
                                unsigned char* data);
 
