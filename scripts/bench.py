@@ -1,0 +1,452 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Measures what scripts/bench.sh has built, and prints the tables.
+
+Programs to compare run in turn, round after round; the times are medians, a
+ratio is the median of the ratios of all rounds, and so holds on a machine that
+does other things as well. Instructions are counted by callgrind.
+"""
+
+import argparse
+import json
+import os
+import re
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+MIB = 1 << 20
+BUILD = "build/bench"
+PORTABLE = "build/bench-portable"
+M32 = "build/bench-m32"
+PEERS = {
+    "objcopy": ["objcopy", "-I", "ihex", "-O", "binary"],
+    "llvm-objcopy": ["llvm-objcopy", "-I", "ihex", "-O", "binary"],
+    "srec_cat": ["srec_cat"],
+}
+results = {}
+
+
+def program(name, build=BUILD):
+    return f"{build}/benchmarks/{name}"
+
+
+def tool():
+    path = f"{BUILD}/tools/qorhex/qorhex"
+    return path if os.path.exists(path) else None
+
+
+def table(title, head, rows):
+    """Prints a Markdown table, where it has rows."""
+    if not rows:
+        print(f"Nothing to measure for: {title}\n")
+        return
+    lines = [head, ["---"] * len(head)] + rows
+    print(f"### {title}\n")
+    print("\n".join("| " + " | ".join(line) + " |" for line in lines) + "\n",
+          flush=True)
+
+
+def image(size, order="ordered"):
+    """Returns the path of a HEX file of `size` bytes; it is made once."""
+    folder = "build/bench-images"
+    os.makedirs(folder, exist_ok=True)
+    path = f"{folder}/{order}-{size}.hex"
+    if not os.path.exists(path):
+        with open(path + ".part", "wb") as file:
+            subprocess.run([program("make_image"), str(size), order],
+                           stdout=file, check=True)
+        os.rename(path + ".part", path)
+    with open(path, "rb") as file:  # into the page cache
+        while file.read(MIB):
+            pass
+    return path
+
+
+def binaryCommand(name, source):
+    """The command that writes the image in `source` as a binary file."""
+    target = f"{out}/{name}.bin"
+    if name == "qorhex":
+        return [tool(), f"--binary={target}", source]
+    if name == "srec_cat":
+        return ["srec_cat", source, "-intel", "-o", target, "-binary"]
+    return PEERS[name] + [source, target]
+
+
+def clientCommand(source):
+    return [program("client"), source, out]
+
+
+def spawn(command):
+    """Starts `command` without output; Python's own start-up is no part."""
+    null = [(os.POSIX_SPAWN_OPEN, fd, "/dev/null", os.O_RDWR, 0)
+            for fd in (0, 1)]
+    return os.posix_spawnp(command[0], command, os.environ, file_actions=null)
+
+
+def finish(pid, command):
+    _, status, usage = os.wait4(pid, 0)
+    if status != 0:
+        sys.exit(f"failed: {' '.join(command)}")
+    return usage
+
+
+def seconds(command):
+    begin = time.perf_counter()
+    finish(spawn(command), command)
+    return time.perf_counter() - begin
+
+
+def cpuSeconds(command):
+    usage = finish(spawn(command), command)
+    return usage.ru_utime + usage.ru_stime
+
+
+def rounds(commands, clock=None, count=None):
+    """Runs all commands in turn; returns the times of each."""
+    clock = clock or (cpuSeconds if options.cpu else seconds)
+    times = [[] for _ in commands]
+    for i in range(count or options.rounds):
+        order = range(len(commands))
+        for j in order if i % 2 == 0 else reversed(order):
+            times[j].append(clock(commands[j]))
+    return times
+
+
+def ratio(ours, other):
+    return statistics.median(a / b for a, b in zip(ours, other))
+
+
+def ms(times):
+    return f"{statistics.median(times) * 1e3:.1f} ms"
+
+
+def callgrind(command):
+    run = subprocess.run(
+        ["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null"] +
+        command, capture_output=True, text=True, check=True)
+    return int(re.search(r"Collected : (\d+)", run.stderr)[1])
+
+
+def sizes(*wanted):
+    """The image sizes, small ones for --quick."""
+    return [64 << 10 for _ in wanted] if options.quick else list(wanted)
+
+
+def sizeText(size):
+    return f"{size // MIB} MiB" if size >= MIB else f"{size >> 10} KiB"
+
+
+def rowsClient():
+    rows = []
+    cases = zip(sizes(16 * MIB, MIB, 16 * MIB), ("ordered", "ordered", "random"))
+    for size, order in cases:
+        source = image(size, order)
+        ours, other = rounds([clientCommand(source),
+                              [program("read_only"), source]])
+        rows.append([f"{sizeText(size)}, {order}", ms(ours), ms(other),
+                     f"{ratio(ours, other):.2f}"])
+    table("A client against a program that only reads the file",
+          ["image", "client", "read only", "client / read only"], rows)
+
+
+def rowsTool():
+    if not tool():
+        print("qorhex is not there: its rows are left out.\n")
+        return
+    source = image(*sizes(16 * MIB))
+    peers = [peer for peer in PEERS if shutil.which(peer)]
+    for peer in sorted(PEERS.keys() - set(peers)):
+        print(f"{peer} is not installed: its row is left out.\n")
+    times = rounds([binaryCommand("qorhex", source),
+                    [program("read_only"), source]] +
+                   [binaryCommand(peer, source) for peer in peers])
+    rows = [[name, ms(other), f"{ratio(times[0], other):.2f}",
+             f"{ratio(other, times[0]):.2f}"]
+            for name, other in zip(["qorhex --binary", "read only"] + peers,
+                                   times)]
+    table(f"qorhex --binary, {sizeText(os.path.getsize(out + '/qorhex.bin'))}",
+          ["program", "time", "qorhex / program", "program / qorhex"], rows)
+
+
+def rowsGrowth():
+    """Also what the plot of time against size shows."""
+    wanted = [64 << 10, 128 << 10] if options.quick else \
+        [MIB << i for i in range(8)]
+    names = ["client", "read only"]
+    commands = [clientCommand, lambda source: [program("read_only"), source]]
+    for name in (["qorhex"] if tool() else []) + \
+            [peer for peer in PEERS if shutil.which(peer)]:
+        names.append(name)
+        commands.append(lambda source, name=name: binaryCommand(name, source))
+    growth = {name: [] for name in names}
+    for size in wanted:
+        source = image(size)
+        count = options.rounds if size <= 16 * MIB else \
+            (options.rounds + 3) // 4
+        times = rounds([make(source) for make in commands], count=count)
+        for name, taken in zip(names, times):
+            growth[name].append([size, statistics.median(taken)])
+    results["growth"] = growth
+    rows = []
+    for name in names:
+        perByte = [taken / size * 1e9 for size, taken in growth[name]]
+        rows.append([name] + [f"{value:.2f}" for value in perByte] +
+                    [f"{perByte[-1] / perByte[0]:.2f}"])
+    table("Growth: nanoseconds per byte of the image",
+          ["program"] + [sizeText(size) for size in wanted] + ["last / first"],
+          rows)
+
+
+def peakMemory(command):
+    """The most resident memory and the largest anonymous files, looked at every
+    half millisecond. (ru_maxrss of a child begins with that of its parent.)"""
+    memory = files = 0
+    pid = spawn(command)
+    folder = f"/proc/{pid}/fd/"
+    while os.waitid(os.P_PID, pid, os.WEXITED | os.WNOHANG | os.WNOWAIT) is None:
+        try:
+            with open(f"/proc/{pid}/status", encoding="utf-8") as file:
+                found = re.search(r"VmHWM:\s+(\d+)", file.read())
+            memory = max(memory, int(found[1]) * 1024 if found else 0)
+            # By name: one file can be open twice.
+            found = {os.readlink(folder + fd): os.stat(folder + fd).st_size
+                     for fd in os.listdir(folder)}
+            files = max(files, sum(size for link, size in found.items()
+                                   if link.startswith("/memfd:")))
+        except OSError:
+            pass  # it has ended or closed a file
+        time.sleep(0.0005)
+    finish(pid, command)
+    return memory, files
+
+
+def rowsMemory():
+    if not tool():
+        print("qorhex is not there: its rows are left out.\n")
+        return
+    rows = []
+    for size, order in zip(sizes(16 * MIB, 16 * MIB, 16 * MIB),
+                           ("ordered", "random", "start")):
+        source = image(size, order)
+        memory, files = peakMemory(binaryCommand("qorhex", source))
+        text = os.path.getsize(source)
+        rows.append([order] + [f"{value / MIB:.1f}" for value in
+                               (size, text, memory, files, memory + files,
+                                memory + files - size)])
+    table("Peak memory of qorhex --binary, in MiB",
+          ["image", "bytes", "text", "resident", "anonymous file", "sum",
+           "sum - bytes"], rows)
+
+
+def countCalls(command):
+    log = out + "/strace"
+    subprocess.run(["strace", "-f", "-c", "-e", "trace=read,write", "-o", log]
+                   + command, check=True, stdout=subprocess.DEVNULL)
+    with open(log, encoding="utf-8") as file:
+        lines = [line.split() for line in file]
+    return {line[-1]: line[3] for line in lines
+            if line and line[-1] in ("read", "write")}
+
+
+def rowsCalls():
+    size, = sizes(16 * MIB)
+    source = image(size)
+    text = os.path.getsize(source)
+    rows = []
+    commands = {"client": clientCommand(source)}
+    if tool():
+        commands["qorhex --binary"] = binaryCommand("qorhex", source)
+    for name, command in commands.items():
+        calls = countCalls(command)
+        rows.append([name, f"{calls['read']}", f"{text // 65536 + 20}",
+                     f"{calls['write']}", f"{-(-size // 512)}"])
+    table(f"System calls, {sizeText(size)} in order",
+          ["program", "read", "text / 65,536 + 20", "write", "bytes / 512"],
+          rows)
+
+
+def rowsInstructions():
+    size, = sizes(MIB)
+    source, empty = image(size), image(0)
+    text = os.path.getsize(source)
+    rows = []
+    for name, build in (("x86-64", BUILD), ("x86-64, portable", PORTABLE),
+                        ("32-bit x86, portable", M32)):
+        if not os.path.exists(program("client", build)):
+            print(f"{build} is not there: its row is left out.\n")
+            continue
+
+        def cost(client, *target):
+            path = program(client, build)
+            return (callgrind([path, source, *target]) -
+                    callgrind([path, empty, *target])) / text
+
+        whole, load, plain = cost("client", out), cost("client"), \
+            cost("plain_client")
+        rows.append([name, f"{whole:.2f}", f"{load:.2f}", f"{plain:.1f}",
+                     f"{plain / load:.1f}"])
+    table(f"Instructions per character of text, {sizeText(size)} in order",
+          ["path", "client", "load alone", "plain algorithm", "plain / load"],
+          rows)
+
+
+def rowsSize():
+    rows = []
+    for name, build in (("x86-64", BUILD), ("32-bit x86", M32)):
+        library = f"{build}/src/libqorutil.so.0"
+        if not os.path.exists(library):
+            continue
+        subprocess.run(["strip", "-o", out + "/stripped", library], check=True)
+        relocations = subprocess.run(["readelf", "-rW", library], check=True,
+                                     capture_output=True, text=True).stdout
+        count = len(re.findall(r"\bR_\w+", relocations))
+        started = callgrind([program("trivial_linked", build)])
+        alone = callgrind([program("trivial", build)])
+        size = os.path.getsize(out + "/stripped")
+        rows.append([name, f"{size / 1024:.1f} KiB", f"{count}",
+                     f"{started:,}", f"{alone:,}", f"{started / alone:.3f}"])
+    table("The library: size, and the start of a program, in instructions",
+          ["target", "stripped", "relocations", "linked to it", "not linked",
+           "linked / not"], rows)
+
+
+def standardIncludes(header, seen):
+    """The <...> includes of `header` and of the headers it includes."""
+    found = []
+    with open("include/" + header, encoding="utf-8") as file:
+        for kind, name in re.findall(r'^#include ([<"])(\S+)[>"]', file.read(),
+                                     re.MULTILINE):
+            if kind == "<":
+                found.append(f"#include <{name}>\n")
+            elif name not in seen:
+                seen.add(name)
+                found += standardIncludes(name, seen)
+    return sorted(set(found))
+
+
+def rowsHeaders():
+    rows = []
+    for header in sorted(os.listdir("include/qorutil")):
+        header = "qorutil/" + header
+        includes = standardIncludes(header, {header})
+        if not includes:
+            continue
+        commands = []
+        for name, text in (("header", f"#include <{header}>\n"),
+                           ("includes", "".join(includes))):
+            with open(f"{out}/{name}.cpp", "w", encoding="utf-8") as file:
+                file.write(text)
+            commands.append([os.environ.get("CXX", "g++"), "-std=c++17", "-O2",
+                             "-Iinclude", "-c", "-o", "/dev/null", file.name])
+        ours, other = rounds(commands, clock=cpuSeconds)
+        rows.append([f"`{header}`", ms(ours), ms(other),
+                     f"{ratio(ours, other):.3f}"])
+    table("Compiling a header, over its standard includes alone",
+          ["header", "header", "includes", "header / includes"], rows)
+
+
+def runFamily(path):
+    """Returns the medians of all repetitions, by name."""
+    arguments = ["--benchmark_format=json", "--benchmark_min_time=" +
+                 ("0.001" if options.quick else "0.1"),
+                 f"--benchmark_repetitions={1 if options.quick else 9}",
+                 "--benchmark_enable_random_interleaving=true"]
+    run = subprocess.run([path] + arguments, check=True, text=True,
+                         stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+    times = {}
+    for entry in json.loads(run.stdout)["benchmarks"]:
+        if entry.get("error_occurred"):
+            sys.exit(f"failed: {entry['name']}: {entry['error_message']}")
+        if entry["run_type"] == "iteration":
+            times.setdefault(entry["run_name"], []).append(value(entry))
+    return {name: statistics.median(taken) for name, taken in times.items()}
+
+
+def value(entry):
+    """Nanoseconds: of lateness, per item, or per call."""
+    if "p50_ns" in entry:
+        return entry["p50_ns"]
+    if "items_per_second" in entry:
+        return 1e9 / entry["items_per_second"]
+    return entry["cpu_time"]
+
+
+def rowsFamilies():
+    """One table per family. BM_split_absl/10 is what BM_split/10 is compared
+    with; BM_split_absl alone makes no row."""
+    folder = f"{BUILD}/benchmarks"
+    for file in sorted(os.listdir(folder)):
+        if not file.endswith("_benchmark"):
+            continue
+        times = runFamily(f"{folder}/{file}")
+        results.setdefault("families", {})[file] = times
+        rows = []
+        for name, other in times.items():
+            base, slash, arguments = name.partition("/")
+            ours, _, peer = base.rpartition("_")
+            ours += slash + arguments
+            if ours in times:
+                rows.append([ours[3:], peer, f"{times[ours]:,.1f}",
+                             f"{other:,.1f}", f"{times[ours] / other:.3f}"])
+        if rows:
+            table(f"{file[:-10]}: nanoseconds",
+                  ["function", "against", "ours", "other", "ours / other"],
+                  sorted(rows))
+
+
+def describeMachine():
+    with open("/proc/cpuinfo", encoding="utf-8") as file:
+        cpu = re.search(r"model name\s*: (.*)", file.read())
+    compiler = subprocess.run([os.environ.get("CXX", "g++"), "--version"],
+                              capture_output=True, text=True,
+                              check=True).stdout.splitlines()[0]
+    print(f"{time.strftime('%Y-%m-%d')}, {cpu[1] if cpu else os.uname().machine},"
+          f" {os.cpu_count()} processors, Linux {os.uname().release}, "
+          f"{compiler}, CMake's Release flags (-O3 -DNDEBUG), "
+          f"{options.rounds} rounds"
+          f"{', processor time' if options.cpu else ''}.\n")
+
+
+GROUPS = {
+    "client": rowsClient,
+    "tool": rowsTool,
+    "growth": rowsGrowth,
+    "memory": rowsMemory,
+    "calls": rowsCalls,
+    "instructions": rowsInstructions,
+    "size": rowsSize,
+    "headers": rowsHeaders,
+    "families": rowsFamilies,
+}
+
+parser = argparse.ArgumentParser(prog="scripts/bench.sh", description=(
+    "Measures the library and prints the tables, all groups or those named."))
+parser.add_argument("groups", nargs="*", metavar="GROUP",
+                    help=", ".join(GROUPS))
+parser.add_argument("--quick", action="store_true",
+                    help="everything once, on small images: does it still run?")
+parser.add_argument("--rounds", type=int, default=21,
+                    help="how often each program runs (21)")
+parser.add_argument("--cpu", action="store_true",
+                    help="processor time, where the machine is busy")
+parser.add_argument("--results", default=BUILD + "/results.json",
+                    help="where the figures go as JSON, for scripts/plots.py")
+options = parser.parse_args()
+if set(options.groups) - set(GROUPS):
+    parser.error("the groups are: " + ", ".join(GROUPS))
+if options.quick:
+    options.rounds = 1
+
+with tempfile.TemporaryDirectory(dir="/dev/shm") as out:
+    describeMachine()
+    for group in options.groups or GROUPS:
+        GROUPS[group]()
+if os.path.exists(options.results):
+    with open(options.results, encoding="utf-8") as file:
+        results = {**json.load(file), **results}
+with open(options.results, "w", encoding="utf-8") as file:
+    json.dump(results, file, indent=1)

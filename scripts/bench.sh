@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+#
+# Measures the library against what a user would take instead, and prints the
+# tables of docs/performance.md. Installs the packages that are missing.
+#
+#   scripts/bench.sh               all groups of rows; --help names them
+#   scripts/bench.sh client size   some of them
+#   scripts/bench.sh --quick       everything once, on small images, for CI
+#   scripts/bench.sh --write-docs  all, into docs/performance.md, with its plots
+#
+# Nothing is asserted about the times.
+
+# shellcheck source-path=SCRIPTDIR
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+arguments=()
+writeDocs=no
+for argument in "$@"; do
+  if [[ $argument == --write-docs ]]; then
+    writeDocs=yes
+  else
+    arguments+=("$argument")
+  fi
+done
+
+# As in test.sh, not g++-multilib, which cannot be installed beside cross
+# compilers.
+scripts/packages.sh g++ cmake ninja-build pkgconf binutils python3 valgrind \
+  strace libbenchmark-dev libabsl-dev libuv1-dev libevent-dev \
+  "g++-$(g++ -dumpversion)-multilib"
+# Peers that are left out where they are missing; large, and so not for CI.
+if [[ " $* " != *" --quick "* ]]; then
+  scripts/packages.sh llvm srecord
+fi
+
+# Builds the TARGETS in build/NAME: build NAME TARGETS CMAKE-OPTIONS...
+build() {
+  local name=$1 targets=$2
+  prepareBuild "$name"
+  cmake -S . -B "build/$name" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+    -DQORUTIL_BUILD_BENCHMARKS=ON -DQORUTIL_BUILD_TESTS=OFF \
+    -DQORUTIL_BUILD_EXAMPLES=OFF "${@:3}"
+  # shellcheck disable=SC2086 # several targets
+  cmake --build "build/$name" --target $targets
+}
+
+programs="client plain_client trivial trivial_linked"
+{
+  say "Building in build/bench, build/bench-portable, build/bench-m32"
+  build bench all
+  build bench-portable "$programs" -DQORUTIL_VECTORS=OFF
+  # The second option finds the kernel's headers, as in the preset m32.
+  build bench-m32 "$programs" \
+    "-DCMAKE_CXX_FLAGS=-m32 -idirafter /usr/include/$(g++ -print-multiarch)"
+} >&2
+
+if [[ $writeDocs == no ]]; then
+  exec python3 scripts/bench.py "${arguments[@]}"
+fi
+
+# What stands between the two marks is replaced.
+tables=build/bench/tables.md
+python3 scripts/bench.py "${arguments[@]}" | tee "$tables"
+sed -i -e '/^<!-- tables/r '"$tables" -e '/^<!-- tables/,/^<!-- end/{//!d}' \
+  docs/performance.md
+python3 scripts/plots.py build/bench/results.json docs
