@@ -120,13 +120,19 @@ class QORUTIL_EXPORT JobScheduler {
   class Running;
 
   void setDueTimes();
+  void sortQueue();
+  std::size_t batchSize() const;
+  void requeue(std::size_t batch);
   void runBatch(const std::chrono::steady_clock::time_point& now);
 
   std::chrono::steady_clock::time_point start{};
   std::vector<Job> jobs;
   double timeScale{1.0};
   std::size_t maxRunQueue{0};
+  // All jobs, those due first in front, in the order of `jobs` among equals; as
+  // long as `sorted` says so.
   std::vector<std::vector<Job>::iterator> runQueue;
+  bool sorted{false};
   bool running{false};
 };
 

@@ -49,6 +49,14 @@ Clock::time_point later(Clock::time_point from, nanoseconds delay) {
   return Clock::time_point(nanoseconds(sum));
 }
 
+using JobIterator = std::vector<JobScheduler::Job>::iterator;
+
+// Tells whether `job` runs before `other`: it is due earlier, or at the same
+// time and stands in front of it.
+bool isBefore(JobIterator job, JobIterator other) {
+  return job->next != other->next ? job->next < other->next : job < other;
+}
+
 void sleepUntil(Clock::time_point due) {
   const Clock::time_point now = Clock::now();
   if (now < due) {
@@ -108,6 +116,7 @@ JobScheduler& JobScheduler::add(nanoseconds period, nanoseconds offset,
   if (running) {
     throw QorException(EBUSY, "jobs must not change during a run");
   }
+  sorted = false;
   jobs.push_back(Job{period, offset, {}, std::move(func)});
   return *this;
 }
@@ -157,6 +166,7 @@ void JobScheduler::runNext(const Clock::time_point& now) {
 }
 
 void JobScheduler::setDueTimes() {
+  sorted = false;
   for (Job& job : jobs) {
     if (timeScale > 1.0) {
       job.period = stretched(job.period, timeScale);
@@ -166,31 +176,66 @@ void JobScheduler::setDueTimes() {
   }
 }
 
+void JobScheduler::sortQueue() {
+  runQueue.clear();
+  runQueue.reserve(jobs.size());
+  for (auto job = jobs.begin(); job != jobs.end(); ++job) {
+    runQueue.push_back(job);
+  }
+  std::sort(runQueue.begin(), runQueue.end(), isBefore);
+}
+
+// The number of jobs due together with the first one.
+std::size_t JobScheduler::batchSize() const {
+  std::size_t size = 1;
+  while (size < runQueue.size() &&
+         runQueue[size]->next == runQueue.front()->next) {
+    ++size;
+  }
+  return size;
+}
+
+// Brings the first `batch` jobs, which have run, to their new places. The last
+// one goes first, so that what lies behind a job is always in order.
+void JobScheduler::requeue(std::size_t batch) {
+  auto place = runQueue.begin() + static_cast<std::ptrdiff_t>(batch);
+  while (place != runQueue.begin()) {
+    const auto rest = place--;
+    if (rest == runQueue.end() || isBefore(*place, *rest)) {
+      continue;
+    }
+    const auto job = *place;
+    // Jobs of one period go straight to the end.
+    const auto end =
+        isBefore(runQueue.back(), job)
+            ? runQueue.end()
+            : std::lower_bound(rest, runQueue.end(), job, isBefore);
+    *std::move(rest, end, place) = job;
+  }
+}
+
 void JobScheduler::runBatch(const Clock::time_point& now) {
   if (jobs.empty()) {
     throw QorException(EFAULT, "run queue must never be empty");
   }
-  runQueue.clear();
-  runQueue.reserve(jobs.size());
-  auto best = jobs.begin();
-  for (auto job = best; job != jobs.end(); ++job) {
-    if (job->next < best->next) {
-      best = job;
-      runQueue.clear();
-    }
-    if (job->next == best->next) {
-      runQueue.push_back(job);
-    }
+  if (!sorted) {
+    sortQueue();
   }
-  maxRunQueue = std::max(maxRunQueue, runQueue.size());
+  const std::size_t batch = batchSize();
+  maxRunQueue = std::max(maxRunQueue, batch);
 
-  if (best->next > now) {
-    sleepUntil(best->next);
+  const Clock::time_point due = runQueue.front()->next;
+  if (due > now) {
+    sleepUntil(due);
   }
-  for (const auto job : runQueue) {
-    job->func();
-    job->next = later(job->next, job->period);
+  sorted = false;  // until all have run: an exception may end the batch
+  for (std::size_t i = 0; i < batch; ++i) {
+    Job& job = *runQueue[i];
+    job.func();
+    job.next = later(job.next, job.period);
   }
+  requeue(batch);
+  sorted = true;
 }
 
 std::ostream& operator<<(std::ostream& os, const JobScheduler::Job& job) {

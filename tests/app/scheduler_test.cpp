@@ -4,6 +4,7 @@
 
 #include "qorutil/exception.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
@@ -15,6 +16,7 @@
 #include <limits>
 #include <new>
 #include <ostream>
+#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -823,6 +825,99 @@ TEST(JobPrinter, PendingWidthAppliesToTheParenthesis) {
   os << std::setw(4) << makeJob(1000, 0, 0);
   EXPECT_EQ(os.str(), "   (1000,0,00:00:00.000000000)");
   EXPECT_EQ(os.width(), 0);
+}
+
+// The batches once more, as plainly as they can be said: a search through all
+// jobs each time.
+class PlainScheduler {
+ public:
+  struct PlainJob {
+    std::int64_t period;
+    std::int64_t next;
+  };
+
+  std::vector<PlainJob> jobs;
+
+  // Runs the next batch; `func` gets the number of each job.
+  template <class Func>
+  void runNext(Func func) {
+    std::int64_t due = jobs.front().next;
+    for (const PlainJob& job : jobs) {
+      due = std::min(due, job.next);
+    }
+    std::vector<std::size_t> batch;
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+      if (jobs[i].next == due) {
+        batch.push_back(i);
+      }
+    }
+    for (const std::size_t i : batch) {
+      func(i);
+      jobs[i].next += jobs[i].period;
+    }
+  }
+};
+
+// What the jobs do: they log their number, and now and then one fails. With the
+// same seed and in the same order they do the same.
+class RandomWork {
+ public:
+  explicit RandomWork(unsigned seed) : random(seed) {}
+
+  void operator()(std::size_t job) {
+    log += std::to_string(job) + ' ';
+    if (random() % 64 == 0) {
+      throw std::runtime_error("job failed");
+    }
+  }
+
+  template <class Func>
+  void runBatch(Func func) {
+    try {
+      func();
+    } catch (const std::runtime_error&) {
+      log += "failed ";
+    }
+    log += '\n';
+  }
+
+  std::string log;
+
+ private:
+  std::mt19937 random;
+};
+
+TEST_F(SchedulerRunNext, FindsTheBatchesOfAPlainSearch) {
+  for (unsigned seed = 0; seed < 300; ++seed) {
+    std::mt19937 random(seed);
+    const auto below = [&random](unsigned limit) {
+      return static_cast<std::int64_t>(random() % limit);
+    };
+    RandomWork work(seed);
+    RandomWork plainWork(seed);
+    JobScheduler scheduler;
+    PlainScheduler plain;
+    const auto add = [&](std::int64_t start) {
+      const std::int64_t period = below(8) - 1;  // one backwards as well
+      const std::int64_t offset = below(10);
+      const std::size_t number = plain.jobs.size();
+      scheduler.add(nanoseconds(period), nanoseconds(offset),
+                    [&work, number] { work(number); });
+      plain.jobs.push_back({period, start < 0 ? 0 : start + offset});
+    };
+    for (std::int64_t i = below(12); i >= 0; --i) {
+      add(platform.now);
+    }
+    scheduler.run(at(1));  // sets the due times
+    for (int i = 0; i < 200; ++i) {
+      work.runBatch([&] { scheduler.runNext(at(1000000)); });
+      plainWork.runBatch([&] { plain.runNext(std::ref(plainWork)); });
+      if (below(100) == 0) {
+        add(-1);  // due at the clock's epoch until the next run()
+      }
+    }
+    ASSERT_EQ(work.log, plainWork.log) << "seed " << seed;
+  }
 }
 
 }  // namespace
