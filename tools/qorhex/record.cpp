@@ -12,7 +12,7 @@
 
 // Elsewhere the compiler would take the vectors apart again.
 #if (defined(__SSE2__) || defined(__ARM_NEON)) && \
-    __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ && !defined(QORUTIL_NO_VECTORS)
 #define VECTORS_PAY 1
 #endif
 

@@ -66,7 +66,7 @@ LineReader::LineReader(int source, int spool, std::string sourceName,
       output(spool),
       name(std::move(sourceName)),
       progress(observer),
-      buffer(ioPiece) {}
+      buffer(2 * ioPiece) {}  // as the library: half the calls of reading
 
 bool LineReader::next(line_t& line) {
   std::size_t searched = begin;
