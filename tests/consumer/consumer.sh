@@ -169,6 +169,18 @@ symbols() {
   diff -u "$source/tests/consumer/exported_symbols.txt" exported_symbols.txt
 }
 
+# The client uses every name of that list, but for the tables and thunks that
+# come with a class.
+everyName() {
+  test -d pkg-config || skip "there is no pkg-config"
+  test "$pointerSize" = 8 || skip "the list shows the types of 64-bit targets"
+  $nm --undefined-only pkg-config/*.o | sed -n 's/^ *U //p' | $cxxfilt -i |
+    LC_ALL=C sort -u >used.txt
+  expectSame "the list of exported names that the client leaves out" "" \
+    "$(LC_ALL=C comm -23 "$source/tests/consumer/exported_symbols.txt" used.txt |
+      grep -vE '^(VTT|vtable|typeinfo name) for |thunk to ')"
+}
+
 # The name that programs load the library by, and the libraries that it loads.
 dependencies() {
   $readelf -d "$installed/$libdir/libqorutil.so" >dynamic.txt

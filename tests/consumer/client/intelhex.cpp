@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <fstream>
 #include <memory>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
 #include <qorutil/intelhex.h>
 
@@ -18,6 +21,46 @@ using Records = std::set<IntelHexFile::hexfileline_t>;
 
 constexpr const char* hexPath = "client.hex";
 constexpr const char* binaryPath = "client.bin";
+
+using Block = IntelHexFileBlock;
+using Image = IntelHexFile;
+using Record = IntelHexFile::hexfileline_t;
+using Iterator = Records::const_iterator;
+
+static_assert(has<std::vector<unsigned char> Block::*>(&Block::data) &&
+              has<std::uint16_t Block::*>(&Block::extAddress) &&
+              has<std::uint16_t Block::*>(&Block::address) &&
+              has<std::uint64_t Block::*>(&Block::size));
+static_assert(std::is_constructible_v<Block, Block&> &&
+              !std::is_constructible_v<Block, const Block&> &&
+              !std::is_polymorphic_v<Block>);
+static_assert(has<Block* (Block::*)()>(&Block::clone) &&
+              has<void (Block::*)()>(&Block::clear) &&
+              has<void (Block::*)()>(&Block::reverseBuffer) &&
+              has<bool (Block::*)(int) const>(&Block::writeBinaryTo) &&
+              has<bool (Block::*)(const char*) const>(&Block::writeBinaryTo));
+
+static_assert(has<std::uint8_t Record::*>(&Record::type) &&
+              has<std::uint16_t Record::*>(&Record::extAddress) &&
+              has<std::uint16_t Record::*>(&Record::address) &&
+              has<std::uint64_t Record::*>(&Record::count) &&
+              has<std::vector<unsigned char> Record::*>(&Record::data));
+static_assert(std::is_constructible_v<Image, const Image&> &&
+              std::is_constructible_v<Image, unsigned short, unsigned short,
+                                      std::uint64_t, const unsigned char*> &&
+              std::is_constructible_v<Image, const char*, bool> &&
+              !std::is_polymorphic_v<Image>);
+static_assert(has<bool (Image::*)(const char*, bool)>(&Image::load) &&
+              has<Block* (Image::*)(std::size_t) const>(&Image::operator[]) &&
+              has<void (Image::*)() const>(&Image::reverseBuffers) &&
+              has<void (Image::*)()>(&Image::clear) &&
+              has<bool (Image::*)() const>(&Image::hasData) &&
+              has<std::size_t (Image::*)() const>(&Image::getBlockCount));
+static_assert(
+    has<void (Image::*)(std::string&, Record&)>(&Image::parseLine) &&
+    has<bool (Image::*)(std::ifstream&, Records&)>(&Image::parseHexFile) &&
+    has<void (Image::*)(const Iterator&, const Iterator&)>(
+        &Image::createNewBlock));
 
 bool loads() {
   std::ofstream(hexPath) << ":0400100041424344E2\n:00000001FF\n";

@@ -26,9 +26,17 @@ bool usesLibc() {
 }
 
 constexpr Family families[] = {
-    {"libc", usesLibc},           {"exception.h", usesException},
-    {"intelhex.h", usesIntelHex}, {"options.h", usesOptions},
+    {"libc", usesLibc},
+    {"conversion.h", usesConversion},
+    {"exception.h", usesException},
+    {"formatting.h", usesFormatting},
+    {"intelhex.h", usesIntelHex},
+    {"options.h", usesOptions},
+    {"scheduler.h", usesScheduler},
     {"strings.h", usesStrings},
+    {"system.h", usesSystem},
+    {"time.h", usesTime},
+    {"version.h", usesVersion},
 };
 
 }  // namespace
