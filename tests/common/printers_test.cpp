@@ -3,17 +3,28 @@
 // Every printer on streams in odd formats, and on streams that fail: what it
 // writes there and what it leaves behind.
 
+#include "qorutil/exception.h"
 #include "qorutil/formatting.h"
+#include "qorutil/options.h"
 #include "qorutil/scheduler.h"
+#include "qorutil/system.h"
 #include "qorutil/time.h"
+#include "qorutil/version.h"
 
+#include <cerrno>
 #include <chrono>
+#include <csignal>
+#include <cstddef>
 #include <functional>
 #include <iomanip>
 #include <ostream>
 #include <sstream>
 #include <streambuf>
 #include <string>
+
+#include <linux/can.h>
+#include <mqueue.h>
+#include <sys/sysinfo.h>
 
 #include <gtest/gtest.h>
 
@@ -84,6 +95,70 @@ const PrinterCase printers[] = {
        os << job;
      },
      "(***************01750 ns,0 ns,010 ns)"},
+    {"Version",
+     [](std::ostream& os) {
+       os << Version{1, 20, 3, 4};
+     },
+     "***************1.20.3.4"},
+    {"QorException",
+     [](std::ostream& os) { os << QorException(0, "device lost"); },
+     "device lost*****"},
+    {"QorSimpleException",
+     [](std::ostream& os) {
+       os << QorSimpleException{EIO, "device lost"};
+     },
+     "device lost*****"},
+    {"Options",
+     [](std::ostream& os) {
+       Options options{optionHelp, optionLoops};
+       options.update();
+       options.print(os);
+     },
+     "               -h          --help          This screen.\n"
+     "-l <loops>  --loops=<loops> Loop count (0..max), default=0=forever.\n"},
+    {"MqAttr",
+     [](std::ostream& os) {
+       mq_attr attr{};
+       attr.mq_flags = 0xAB;
+       attr.mq_maxmsg = 10;
+       os << attr;
+     },
+     "               (ab,10,0,0)"},
+    {"SignalSet",
+     [](std::ostream& os) {
+       sigset_t signals;
+       sigemptyset(&signals);
+       for (const int signal : {1, 2, 9}) {
+         sigaddset(&signals, signal);
+       }
+       os << signals;
+     },
+     "               [1..2 9]"},
+    {"CanFrame",
+     [](std::ostream& os) {
+       can_frame frame{};
+       frame.can_id = 0x123;
+       frame.can_dlc = 1;
+       frame.data[0] = 0xAB;
+       os << frame;
+     },
+     "00000123  DATA  1  ab"},
+    // These two print in the caller's format and set none of their own.
+    {"PrintSize", [](std::ostream& os) { os << printSize(1024); },
+     "+1.000000E+00KiB"},
+    {"Sysinfo",
+     [](std::ostream& os) {
+       struct sysinfo info {};
+       info.uptime = 8;
+       info.mem_unit = 8;
+       info.totalram = 128;
+       os << info;
+     },
+     "up=*************010 load=0/0/0 totalram=+1.000000E+00KiB "
+     "freeram=+0.000000E+00B sharedram=+0.000000E+00B "
+     "bufferram=+0.000000E+00B totalswap=+0.000000E+00B "
+     "freeswap=+0.000000E+00B procs=0 totalhigh=+0.000000E+00B "
+     "freehigh=+0.000000E+00B mem_unit=010"},
 };
 
 // Takes `capacity` characters; the next one fails, by the result of overflow()
