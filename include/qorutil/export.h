@@ -6,6 +6,7 @@
 #ifndef QORUTIL_EXPORT_H
 #define QORUTIL_EXPORT_H
 
+/// Marks a name as part of the interface of the shared library.
 #define QORUTIL_EXPORT __attribute__((visibility("default")))
 
 #endif  // QORUTIL_EXPORT_H

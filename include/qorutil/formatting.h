@@ -134,10 +134,10 @@ std::ostream& operator<<(std::ostream& os, const Binary<T>& binary) {
 ///
 /// A text of exactly one byte stands in single quotation marks, every other
 /// one, the empty text included, in double ones; this is intended. The bytes
-/// 0x00, 0x07 to 0x0D and the backslash become "\0", "\a", "\b", "\t", "\n",
-/// "\v", "\f", "\r" and "\\". Any other byte for which `isprint` is true, in
+/// 0x00, 0x07 to 0x0D and the backslash become `\0`, `\a`, `\b`, `\t`, `\n`,
+/// `\v`, `\f`, `\r` and `\\`. Any other byte for which `isprint` is true, in
 /// the locale of the process, is written as it is, quotation marks among them.
-/// The rest becomes "\x" and two lower-case hexadecimal digits.
+/// The rest becomes `\x` and two lower-case hexadecimal digits.
 ///
 /// A field width pending on `os` applies to the opening quote, with zeros as
 /// padding.
@@ -259,7 +259,8 @@ QORUTIL_EXPORT void printUnknownEnum(std::ostream& os, int value);
 ///
 /// The type of the flags belongs to namespace std and this operator to none, so
 /// it is not found where an operator<< of an enclosing namespace hides it; the
-/// flags then print as a number. `using ::operator<<;` there makes it visible.
+/// flags then print as a number. A using-declaration for the global operator<<
+/// there makes it visible.
 ///
 ///     std::cout << std::cout.flags();  // ( dec skipws )
 QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os,

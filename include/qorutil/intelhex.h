@@ -47,7 +47,10 @@ class QORUTIL_EXPORT IntelHexFileBlock {
   /// Clears the block and releases its storage.
   ~IntelHexFileBlock();
 
-  /// Returns a deep copy on the heap, which the caller owns.
+  /// Returns a deep copy on the heap, which the caller owns. Throws
+  /// std::bad_alloc when memory runs out.
+  ///
+  ///     const std::unique_ptr<IntelHexFileBlock> copy(image[0]->clone());
   IntelHexFileBlock* clone();
 
   /// Empties the block and sets its size and both halves of its address to 0.
@@ -122,7 +125,11 @@ class QORUTIL_EXPORT IntelHexFile {
 
   /// Makes an image of one block at `extAddress` * 65536 + `address` with a
   /// copy of the first `size` bytes at `data`, which is not checked. With
-  /// `size` 0 nothing is read.
+  /// `size` 0 nothing is read. Throws what the vector throws for a `size` that
+  /// it cannot hold.
+  ///
+  ///     const unsigned char bytes[] = {1, 2, 3};
+  ///     IntelHexFile image(0x0800, 0x4000, 3, bytes);  // from 0x08004000
   IntelHexFile(std::uint16_t extAddress, std::uint16_t address,
                std::uint64_t size, const unsigned char* data);
 
@@ -198,6 +205,10 @@ class QORUTIL_EXPORT IntelHexFile {
   /// line.data.size() is zero` on std::cerr and is read all the same. A line
   /// of even length that is shorter than its byte count throws
   /// std::out_of_range.
+  ///
+  ///     std::string text = " :0400100001020304E2\r";
+  ///     IntelHexFile::hexfileline_t line;
+  ///     image.parseLine(text, line);  // type 0, address 0x10, 01 02 03 04
   void parseLine(std::string& hexline, hexfileline_t& line);
 
   /// Reads records from `file` into `lines`, up to the end record.

@@ -50,8 +50,13 @@ class QORUTIL_EXPORT JobScheduler {
   /// Makes a scheduler without jobs; setTimeScale() tells what `scale` does.
   explicit JobScheduler(double scale);
 
+  /// Schedulers are neither copied nor moved.
   JobScheduler(const JobScheduler&) = delete;
+
+  /// Schedulers are neither copied nor assigned.
   JobScheduler& operator=(const JobScheduler&) = delete;
+
+  /// Releases the jobs.
   ~JobScheduler();
 
   /// Appends a job and returns this scheduler. The job is due `offset` after
@@ -114,6 +119,11 @@ class QORUTIL_EXPORT JobScheduler {
   ///
   /// Failure: as for run(). Without jobs, throws `QorException(14, "run queue
   /// must never be empty")`.
+  ///
+  ///     using Clock = std::chrono::steady_clock;
+  ///     for (scheduler.run(Clock::time_point(1ns)); !isDone();) {
+  ///       scheduler.runNext(Clock::now());
+  ///     }
   void runNext(const std::chrono::steady_clock::time_point& now);
 
  private:

@@ -59,6 +59,8 @@ QORUTIL_EXPORT std::string getNodename();
 QORUTIL_EXPORT std::string getMachine();
 
 /// Returns the size of the RAM in bytes, or 0 when the system does not tell it.
+///
+///     std::cout << printSize(getTotalRam());  // 23.5406GiB
 QORUTIL_EXPORT std::uint64_t getTotalRam();
 
 /// Returns the size of the unused RAM in bytes, or 0 when the system does not

@@ -135,9 +135,9 @@ QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os, const tm& time);
 /// The flags have no effect; flags and fill come back on return, and a pending
 /// field width is used up.
 ///
-///     os << timeval{1700000000, 4200};                       //
-///     22:13:20.004200 os << std::setfill('-') << timeval{1700000000, 4200}; //
-///     22-13-20.004200
+///     const timeval time{1700000000, 4200};
+///     os << time;                       // "22:13:20.004200"
+///     os << std::setfill('-') << time;  // "22-13-20.004200"
 QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os, const timeval& time);
 
 /// Writes the UTC time of day of `time` to `os`, with nine fraction digits, and

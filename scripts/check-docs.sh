@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+#
+# Makes the reference of the public headers with Doxygen, in build/docs, and
+# fails for every name that has no documentation.
+
+# shellcheck source-path=SCRIPTDIR
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+scripts/packages.sh g++ cmake ninja-build doxygen libxml2-utils
+prepareBuild docs
+rm -rf build/docs/docs
+cmake --preset docs
+cmake --build --preset docs
+
+# What Doxygen does not warn about: enumerators, constructors without arguments,
+# destructors, files. Every header has to be there, too: a Doxygen that has read
+# nothing finds no fault.
+xml=build/docs/docs/xml
+silent='not(normalize-space(briefdescription)) and not(normalize-space(detaileddescription))'
+for header in include/qorutil/*.h; do
+  file=$xml/$(basename "$header" .h)_8h.xml
+  [[ -f $file ]] || fail "Doxygen has not read $header"
+done
+for file in "$xml"/*_8h.xml "$xml"/{class,struct}*.xml; do
+  names=$(xmllint --xpath "//compounddef[$silent]/compoundname/text() | \
+    //memberdef[@prot='public' and $silent]/definition/text() | \
+    //enumvalue[$silent]/name/text()" "$file" 2>/dev/null) ||
+    [[ $? == 10 ]] || fail "cannot read $file"  # 10 says that it found none
+  [[ -z $names ]] || fail "without documentation: $names"
+done
+echo "Every name is documented; see build/docs/docs/html/index.html"
