@@ -121,7 +121,8 @@ class QORUTIL_EXPORT JobScheduler {
   /// must never be empty")`.
   ///
   ///     using Clock = std::chrono::steady_clock;
-  ///     for (scheduler.run(Clock::time_point(1ns)); !isDone();) {
+  ///     const Clock::time_point past(std::chrono::nanoseconds(1));
+  ///     for (scheduler.run(past); !isDone();) {  // run() sets the due times
   ///       scheduler.runNext(Clock::now());
   ///     }
   void runNext(const std::chrono::steady_clock::time_point& now);
