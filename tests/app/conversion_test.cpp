@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <iostream>
+#include <new>
 #include <optional>
 #include <random>
 #include <string>
@@ -14,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/allocation.h"
 #include "support/capture.h"
 #include "support/errno_buffer.h"
 #include "support/odd_stream.h"
@@ -24,6 +26,7 @@ struct Simulation {
   std::optional<int> openError;
   std::optional<int> convertError;
   bool byteByByte = false;
+  int failingCall = 0;
   int opened = 0;
   int closed = 0;
   int converted = 0;
@@ -57,6 +60,10 @@ extern "C" std::size_t iconv(iconv_t descriptor, char** in, std::size_t* inLeft,
     errno = *simulation.convertError;
     return static_cast<std::size_t>(-1);
   }
+  if (simulation.converted == simulation.failingCall) {
+    errno = E2BIG;
+    return static_cast<std::size_t>(-1);
+  }
   const auto real = realOne<decltype(iconv)>("iconv");
   if (!simulation.byteByByte) {
     return real(descriptor, in, inLeft, out, outLeft);
@@ -79,6 +86,8 @@ constexpr char invalidSequence[] =
     "Invalid or incomplete multibyte or wide character\n<flush>";
 constexpr char incompleteSequence[] =
     "<err>conversion error: Invalid argument\n<flush>";
+
+using Convert = std::string (*)(const std::string&);
 
 class Conversion : public testing::Test {
  protected:
@@ -295,6 +304,28 @@ TEST_F(Conversion, DescriptorIsClosedWhenStandardErrorThrows) {
   std::cerr.clear();
   EXPECT_EQ(simulation.opened, 1);
   EXPECT_EQ(simulation.closed, 1);
+}
+
+TEST_F(Conversion, OutOfMemoryIsThrownWithoutAMessage) {
+  const std::string text(100, 'A');
+  for (const auto convert : {static_cast<Convert>(IsoToUtf8Converter),
+                             static_cast<Convert>(Utf8ToIsoConverter)}) {
+    const Capture capture;
+    {
+      const FailingAllocation noMemory(0);
+      EXPECT_THROW(convert(text), std::bad_alloc);
+    }
+    EXPECT_EQ(capture.transcript(), "");
+  }
+}
+
+TEST_F(Conversion, FailureBehindAConvertedPartKeepsThatPart) {
+  simulation.byteByByte = true;
+  simulation.failingCall = 3;
+  const Capture capture;
+  EXPECT_EQ(IsoToUtf8Converter("A\xE9-"), "A\xC3\xA9");
+  EXPECT_EQ(capture.transcript(),
+            "<err>conversion error: Argument list too long\n<flush>");
 }
 
 TEST_F(Conversion, EachCallOpensAndClosesItsOwnDescriptor) {

@@ -16,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/allocation.h"
 #include "support/capture.h"
 
 namespace {
@@ -230,6 +231,22 @@ TEST_F(Sleep, MicrosleepIgnoresAnOldErrorNumber) {
   errno = EINTR;
   EXPECT_EQ(microsleep(1, true), 0);
   EXPECT_EQ(platform.sleeps.size(), 1U);
+}
+
+TEST_F(Sleep, ClocksAndSleepsAllocateNothing) {
+  platform.sleeps.reserve(10);
+  platform.clocksRead.reserve(10);
+  const FailingAllocation noMemory(0);
+  microsleep(1, true);
+  microsleep(1, false);
+  millisleep(1);
+  getMilliSecondsOfDay();
+  getMicroSecondsOfDay();
+  getMonotonicSeconds();
+  getMonotonicMilliSeconds();
+  getMonotonicMicroSeconds();
+  sqrtiter(12345, 0);
+  EXPECT_FALSE(noMemory.happened());
 }
 
 TEST_F(Sleep, SleepsPrintNothing) {

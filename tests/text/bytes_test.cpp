@@ -196,6 +196,16 @@ TEST(Push1, OutOfMemoryLeavesTheLengthAppended) {
   EXPECT_THAT(withoutMemory([&](Bytes& b) { push1(b, source); }), length);
 }
 
+TEST(Push2, OutOfMemoryBetweenTheLengthBytesLeavesTheHighOne) {
+  Bytes bytes(7, 9);
+  bytes.shrink_to_fit();
+  bytes.pop_back();  // room for one
+  const std::string source(0x1234, 'x');
+  const FailingAllocation noMemory(0);
+  EXPECT_THROW(push2(bytes, source), std::bad_alloc);
+  EXPECT_THAT(bytes, ElementsAre(9, 9, 9, 9, 9, 9, 0x12));
+}
+
 TEST(Push2, OutOfMemoryLeavesTheLengthAppended) {
   const std::string text(1500, 'x');
   const Bytes source(1500, 'x');
