@@ -14,10 +14,8 @@
 #include <array>
 #include <cfenv>
 #include <clocale>
-#include <cstdio>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <limits>
 #include <memory>
 #include <random>
@@ -33,6 +31,7 @@
 
 #include "support/allocation.h"
 #include "support/digit_grouping.h"
+#include "support/files.h"
 
 namespace {
 
@@ -215,16 +214,13 @@ std::string inAStringStream(const Printer& print) {
 }
 
 std::string inAFile(const Printer& print) {
-  const std::string name = testing::TempDir() + "qorutil_plain_test";
+  const TemporaryFolder folder;
   {
-    std::ofstream os(name);
+    std::ofstream os(folder.path("file"));
     print(os);
     print(os);
   }
-  std::ifstream is(name);
-  std::string text(std::istreambuf_iterator<char>(is), {});
-  std::remove(name.c_str());
-  return text;
+  return folder.read("file");
 }
 
 void expectTheSame(Random& random, const Printer& plain, const Printer& fast) {

@@ -1492,8 +1492,9 @@ TEST_F(Qorhex, ProgressIsToldInTenths) {
             "qorhex: fw.bin: written 100%\n");
   EXPECT_EQ(result.out, "");
   std::string text;
-  for (unsigned i = 0; i < 4096; ++i) {
-    text += dataRecord(i * 16, "0123456789abcdef");
+  for (unsigned i = 0; i < 8192; ++i) {
+    text += (i % 4096 == 0 ? baseRecord(4, i / 4096) : "") +
+            dataRecord(i % 4096 * 16, "0123456789abcdef");
   }
   folder.write("fw.hex", text + endRecord);
   EXPECT_EQ(run({"--progress", "fw.hex"}).err,
