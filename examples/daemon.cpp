@@ -158,11 +158,11 @@ void serve(const settings_t& settings) {
       throw QorException(errno, settings.logFile.c_str());
     }
   }
+  std::signal(SIGTERM, requestStop);
+  std::signal(SIGINT, requestStop);
   if (!settings.inForeground && daemon(0, 0) == -1) {
     throw QorException(errno, "daemon");
   }
-  std::signal(SIGTERM, requestStop);
-  std::signal(SIGINT, requestStop);
 
   std::ostream& log = logFile.is_open() ? logFile : std::cout;
   try {
