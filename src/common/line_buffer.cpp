@@ -6,6 +6,8 @@
 #include <locale>
 #include <streambuf>
 
+#include "common/stream_state.h"
+
 namespace {
 
 constexpr char hexDigits[] = "0123456789abcdef";
@@ -92,7 +94,10 @@ LineBuffer& LineBuffer::hexadecimal(std::uint64_t value, std::size_t width) {
   return putDigits(first, behind, width);
 }
 
+// A buffer that writes through fails in spite of its room: the stream has to
+// notice that. The insertions replaced flush nothing.
 std::ostream& LineBuffer::insert() {
-  os->rdbuf()->sputn(text, end - text);
-  return *os;
+  const StreamState restored(*os);
+  os->unsetf(std::ios_base::unitbuf);
+  return os->write(text, end - text);
 }

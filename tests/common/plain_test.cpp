@@ -239,6 +239,79 @@ void expectTheSame(Random& random, const T& record) {
       [&](std::ostream& os) { os << record; }));
 }
 
+// Has room to spare, but passes texts on to a device that fails.
+class WriteThroughBuffer : public std::streambuf {
+ public:
+  explicit WriteThroughBuffer(bool withException) : throws(withException) {
+    setp(area.data(), area.data() + area.size());
+  }
+
+  int flushes{0};
+
+ protected:
+  std::streamsize xsputn(const char* /*from*/,
+                         std::streamsize /*count*/) override {
+    if (throws) {
+      throw area.size();
+    }
+    return 0;
+  }
+
+  int sync() override {
+    ++flushes;
+    return 0;
+  }
+
+ private:
+  bool throws;
+  std::array<char, 4096> area{};
+};
+
+// Whether the failure shows in the stream, and in nothing else of it.
+void expectFailureNoticed(const Printer& print) {
+  for (const bool throws : {false, true}) {
+    WriteThroughBuffer buffer(throws);
+    std::ostream os(&buffer);
+    os.setf(std::ios_base::unitbuf);
+    const auto flags = os.flags();
+    EXPECT_NO_THROW(print(os));
+    EXPECT_TRUE(os.bad());
+    os.clear();
+    os.exceptions(std::ios_base::badbit);
+    if (throws) {
+      EXPECT_THROW(print(os), std::size_t);
+    } else {
+      EXPECT_THROW(print(os), std::ios_base::failure);
+    }
+    EXPECT_EQ(os.flags(), flags);
+    EXPECT_EQ(os.fill(), ' ');
+    EXPECT_EQ(buffer.flushes, 0);
+  }
+}
+
+template <class T>
+void expectRecordFailureNoticed(const T& record) {
+  const Printer plain = [&](std::ostream& os) { printPlainly(os, record); };
+  const Printer fast = [&](std::ostream& os) { os << record; };
+  expectFailureNoticed(plain);
+  expectFailureNoticed(fast);
+}
+
+TEST(FastWay, NoticesABufferThatFailsInSpiteOfItsRoom) {
+  expectRecordFailureNoticed(Version(1, 2, 3, 4));
+  expectRecordFailureNoticed(tm{});
+  expectRecordFailureNoticed(timespec{3661, 5});
+  expectRecordFailureNoticed(mq_attr{});
+  expectRecordFailureNoticed(can_frame{});
+  expectFailureNoticed([](std::ostream& os) { printEscaped(os, "\x1B\n"); });
+  expectFailureNoticed([](std::ostream& os) { printUnknownEnum(os, 1); });
+  expectFailureNoticed([](std::ostream& os) {
+    const unsigned char byte = 1;
+    hexdump<const unsigned char*>(os, &byte, &byte + 1, "rx", 1, HEXDUMP_OFFSET,
+                                  false);
+  });
+}
+
 constexpr int rounds = 4000;
 
 TEST(FastWay, Hexdump) {
