@@ -2,8 +2,9 @@
 //
 // The surroundings of the process: user, host, network interfaces, memory; and
 // printers for byte sizes and for records of the kernel. None of the queries
-// throws for a failed system call, and each is safe to call from several
-// threads.
+// throws for a failed system call. Each is safe to call from several threads;
+// the two of interfaces need an `inet_ntoa` with a text per thread, as in
+// glibc.
 
 #ifndef QORUTIL_SYSTEM_H
 #define QORUTIL_SYSTEM_H

@@ -75,7 +75,7 @@ std::size_t decodeRecordVector(const char* text, RecordHead& head,
   }
   text += 9;
   __m128i sums = _mm_setzero_si128();
-  __m128i valid = _mm_set1_epi8(-1);
+  __m128i valid = _mm_set1_epi16(-1);
   std::size_t left = head.count;
   for (; left >= 8; left -= 8) {
     const __m128i digits =

@@ -25,10 +25,11 @@ constexpr std::size_t shownOfLongLine = 80;
 using characters_t = unsigned char __attribute__((vector_size(16)));
 
 // From 16 - n on: a mask for the first n characters.
-constexpr char tailMasks[32] = {-1, -1, -1, -1, -1, -1, -1, -1,
-                                -1, -1, -1, -1, -1, -1, -1, -1};
+constexpr unsigned char tailMasks[32] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                         0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                         0xFF, 0xFF, 0xFF, 0xFF};
 
-characters_t loadCharacters(const char* text) {
+characters_t loadCharacters(const void* text) {
   characters_t characters;
   std::memcpy(&characters, text, sizeof characters);
   return characters;
