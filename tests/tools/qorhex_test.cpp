@@ -1248,6 +1248,26 @@ TEST_F(Qorhex, ManySegmentsAreListed) {
             std::string::npos);
 }
 
+TEST_F(Qorhex, AListingThatMemoryDoesNotHoldIsAnError) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer needs more address space than the limits";
+#endif
+  std::string text;
+  for (unsigned i = 0; i < 20000; ++i) {
+    text += dataRecord(i * 3, "a");
+  }
+  folder.write("fw.hex", text + endRecord);
+  const std::string whole = run({"fw.hex"}).out;
+  for (rlim_t limit = 6 << 20; limit <= 16 << 20; limit += 512 << 10) {
+    const processResult_t result = run({"fw.hex"}, [limit] {
+      const rlimit space{limit, limit};
+      setrlimit(RLIMIT_AS, &space);
+    });
+    EXPECT_EQ(result.out, result.status == 0 ? whole : "") << limit;
+    EXPECT_EQ(result.err.empty(), result.status == 0) << limit;
+  }
+}
+
 TEST_F(Qorhex, ManySegmentsAreWritten) {
   std::string text;
   for (unsigned i = 0; i < 40; ++i) {

@@ -22,6 +22,7 @@ class DumpText {
   explicit DumpText(std::uint64_t bytesPerLine)
       : lineSize(static_cast<std::size_t>(bytesPerLine)) {
     line.reserve(lineSize);
+    text.exceptions(std::ios_base::badbit);  // lets std::bad_alloc through
   }
 
   // Adds the bytes at `data` to the line that is not complete yet, and writes

@@ -56,6 +56,7 @@ bool isFolder(const std::string& path) {
 bool showFile(const arguments_t& arguments, const std::string& path,
               const std::vector<segment_t>& segments) {
   std::ostringstream text;
+  text.exceptions(std::ios_base::badbit);  // lets std::bad_alloc through
   if (arguments.files.size() > 1) {
     text << path << ":\n";
   }
