@@ -81,10 +81,10 @@ bool IntelHexFile::hexfileline_t::operator<(const hexfileline_t& other) const {
 }
 
 void IntelHexFile::parseLine(std::string& hexline, hexfileline_t& line) {
+  line.type = noRecord;
   if (parseSoundLine(hexline, line)) {
     return;
   }
-  line.type = noRecord;
   cleanUp(hexline);
   if (hexline.size() < 11 || hexline[0] != ':') {
     std::cout << parseLineName << ": hexline to short" << std::endl;

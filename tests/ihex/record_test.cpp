@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <iostream>
+#include <new>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -12,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/allocation.h"
 #include "support/capture.h"
 
 namespace {
@@ -357,6 +359,20 @@ TEST(RecordOrder, IsThatOfThe32BitAddresses) {
       }
     }
   }
+}
+
+TEST(ParseLine, LeavesNoTypeWhenMemoryRunsOut) {
+  std::string text = ":0400000001020304F2";
+  Record record{};
+  bool failed = false;
+  try {
+    const FailingAllocation failing(0);
+    IntelHexFile().parseLine(text, record);
+  } catch (const std::bad_alloc&) {
+    failed = true;
+  }
+  EXPECT_TRUE(failed);
+  EXPECT_EQ(record.type, 0xFF);
 }
 
 TEST(RecordOrder, LooksAtNothingButTheAddress) {
