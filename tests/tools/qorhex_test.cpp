@@ -1279,6 +1279,25 @@ TEST_F(Qorhex, ManySegmentsAreWritten) {
   EXPECT_EQ(folder.read("fw-00000075.bin"), "ab");
 }
 
+TEST_F(Qorhex, TheBinaryMustNotTakeTheNameOfASegment) {
+  folder.write("fw.hex", good + dataRecord(0x10, "x") + endRecord);
+  const std::string reason = ": --binary names a segment of --output\n";
+  expectFailure({"-o", ".", "-b", "fw-00000010.bin", "fw.hex"},
+                "qorhex: ./fw-00000010.bin" + reason);
+  folder.write("fw-00000000.bin", "old");
+  expectFailure({"-o", ".", "-b", folder.path("fw-00000000.bin"), "fw.hex"},
+                "qorhex: ./fw-00000000.bin" + reason);
+  EXPECT_EQ(folder.read("fw-00000000.bin"), "old");
+}
+
+TEST_F(Qorhex, TheBinaryMayHaveTheNameOfASegmentElsewhere) {
+  folder.write("fw.hex", good + endRecord);
+  std::filesystem::create_directory(folder.path("o"));
+  EXPECT_EQ(run({"-o", "o", "-b", "fw-00000000.bin", "fw.hex"}).status, 0);
+  EXPECT_EQ(folder.read("fw-00000000.bin"), "abcd");
+  EXPECT_EQ(folder.read("o/fw-00000000.bin"), "abcd");
+}
+
 TEST_F(Qorhex, TheOutputFolderMustExist) {
   folder.write("fw.hex", sampleText);
   expectFailure({"-o", "none", "fw.hex"},

@@ -4,12 +4,15 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <filesystem>
 #include <iomanip>
 #include <ostream>
+#include <system_error>
 #include <utility>
 
 #include <qorutil/system.h>
 
+#include "descriptor.h"
 #include "messages.h"
 #include "output.h"
 
@@ -78,6 +81,15 @@ std::string segmentFileName(const std::string& folder, const std::string& path,
   return folder + '/' + stemOf(path) + '-' + address + ".bin";
 }
 
+// Tells whether two paths lead to the same file, which need not exist.
+bool sameFile(const std::filesystem::path& one,
+              const std::filesystem::path& two) {
+  std::error_code ignored;
+  return one.filename() == two.filename() &&
+         weakly_canonical(absolute(one, ignored), ignored) ==
+             weakly_canonical(absolute(two, ignored), ignored);
+}
+
 // The most characters of a readable size in the list.
 std::size_t widestSize(const std::vector<segment_t>& segments,
                        std::uint64_t total) {
@@ -123,6 +135,9 @@ void writeFiles(const arguments_t& arguments, const std::string& path,
     for (const segment_t& segment : segments) {
       const std::string name =
           segmentFileName(*arguments.outputFolder, path, segment);
+      if (arguments.binaryFile && sameFile(*arguments.binaryFile, name)) {
+        throwError(name, "--binary names a segment of --output");
+      }
       files.emplace_back(name, makeSegmentFile(arguments, name, segment));
     }
   }
