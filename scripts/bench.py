@@ -405,8 +405,9 @@ def describeMachine():
                               capture_output=True, text=True,
                               check=True).stdout.splitlines()[0]
     print(f"{time.strftime('%Y-%m-%d')}, {cpu[1] if cpu else os.uname().machine},"
-          f" {os.cpu_count()} processors, Linux {os.uname().release}, "
-          f"{compiler}, CMake's Release flags (-O3 -DNDEBUG), "
+          f" {os.cpu_count()} processors, "
+          f"Linux {'.'.join(os.uname().release.split('.')[:2])}, {compiler}, "
+          "CMake's Release flags (-O3 -DNDEBUG; the library with -O2), "
           f"{options.rounds} rounds"
           f"{', processor time' if options.cpu else ''}.\n")
 
