@@ -23,26 +23,42 @@ inline bool decodeHead(const char* text, RecordHead& head, unsigned& sum) {
   return true;
 }
 
-// Reads `count` pairs of digits at `text` and adds their bytes to `sum`. The
-// result has bits from noHexDigit up where a character is no hex digit.
-inline unsigned decodePairs(const char* text, std::size_t count,
-                            unsigned char* data, unsigned& sum) {
+// Pairs of digits on their way to bytes.
+struct Pairs {
+  const char* text;
+  unsigned char* data;
+  std::size_t left;
+  unsigned sum;  // of all bytes so far; only the lowest eight bits count
+};
+
+// Decodes all pairs that are left; false where a character is no hex digit.
+inline bool decodeAll(Pairs& pairs) {
   unsigned all = 0;
-  for (std::size_t i = 0; i < count; ++i) {
-    const unsigned pair = hexPair(text + 2 * i);
+  for (; pairs.left != 0; --pairs.left) {
+    const unsigned pair = hexPair(pairs.text);
     all |= pair;
-    sum += pair;
-    data[i] = static_cast<unsigned char>(pair);
+    pairs.sum += pair;
+    *pairs.data++ = static_cast<unsigned char>(pair);
+    pairs.text += 2;
   }
-  return all;
+  return all < noHexDigit;
 }
 
-// The length of the record whose digits all were digits and whose bytes before
-// the checksum at `text` have the sum `sum`; 0 where the checksum is wrong.
-inline std::size_t checkedLength(const char* text, const RecordHead& head,
-                                 unsigned sum) {
-  const unsigned checksum = hexPair(text);
-  if (checksum >= noHexDigit || ((sum + checksum) & 0xFF) != 0) {
+// Decodes a record, whose data are the `pairs`. `decodeBlocks` takes as many of
+// them as it likes to before the rest is decoded one by one, and returns false
+// where it met a character that is no hex digit.
+template <class DecodeBlocks>
+inline std::size_t decodeRecord(const char* text, RecordHead& head, Pairs pairs,
+                                DecodeBlocks decodeBlocks) {
+  if (!decodeHead(text, head, pairs.sum)) {
+    return 0;
+  }
+  pairs.left = head.count;
+  if (!decodeBlocks(pairs) || !decodeAll(pairs)) {
+    return 0;
+  }
+  const unsigned checksum = hexPair(pairs.text);
+  if (checksum >= noHexDigit || ((pairs.sum + checksum) & 0xFF) != 0) {
     return 0;
   }
   return 11 + 2 * std::size_t{head.count};
@@ -52,34 +68,22 @@ inline std::size_t checkedLength(const char* text, const RecordHead& head,
 
 std::size_t decodeRecordPortable(const char* text, RecordHead& head,
                                  unsigned char* data) {
-  unsigned sum = 0;
-  if (!decodeHead(text, head, sum)) {
-    return 0;
-  }
-  text += 9;
-  if (decodePairs(text, head.count, data, sum) >= noHexDigit) {
-    return 0;
-  }
-  return checkedLength(text + 2 * std::size_t{head.count}, head, sum);
+  return decodeRecord(text, head, {text + 9, data, 0, 0},
+                      [](Pairs&) { return true; });
 }
 
 #if defined(__SSE2__) && !defined(QORUTIL_NO_VECTORS)
 
 #include <emmintrin.h>
 
-std::size_t decodeRecordVector(const char* text, RecordHead& head,
-                               unsigned char* data) {
-  unsigned sum = 0;
-  if (!decodeHead(text, head, sum)) {
-    return 0;
-  }
-  text += 9;
+namespace {
+
+bool decodeBlocks(Pairs& pairs) {
   __m128i sums = _mm_setzero_si128();
   __m128i valid = _mm_set1_epi16(-1);
-  std::size_t left = head.count;
-  for (; left >= 8; left -= 8) {
+  for (; pairs.left >= 8; pairs.left -= 8) {
     const __m128i digits =
-        _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(pairs.text));
     const __m128i decimal = _mm_sub_epi8(digits, _mm_set1_epi8('0'));
     const __m128i letter = _mm_sub_epi8(
         _mm_or_si128(digits, _mm_set1_epi8(0x20)), _mm_set1_epi8('a'));
@@ -88,41 +92,34 @@ std::size_t decodeRecordVector(const char* text, RecordHead& head,
     const __m128i isLetter =
         _mm_cmpeq_epi8(_mm_min_epu8(letter, _mm_set1_epi8(5)), letter);
     valid = _mm_and_si128(valid, _mm_or_si128(isDecimal, isLetter));
-    const __m128i values = _mm_or_si128(
-        _mm_and_si128(isDecimal, decimal),
-        _mm_andnot_si128(isDecimal, _mm_add_epi8(letter, _mm_set1_epi8(10))));
+    // 'A' and 'a' are 0x41 and 0x61.
+    const __m128i values =
+        _mm_add_epi8(_mm_and_si128(digits, _mm_set1_epi8(0xF)),
+                     _mm_and_si128(isLetter, _mm_set1_epi8(9)));
     // The first digit of a pair is the low half of a 16-bit number.
-    const __m128i pairs = _mm_and_si128(
+    const __m128i bytes16 = _mm_and_si128(
         _mm_or_si128(_mm_slli_epi16(values, 4), _mm_srli_epi16(values, 8)),
         _mm_set1_epi16(0xFF));
-    const __m128i bytes = _mm_packus_epi16(pairs, _mm_setzero_si128());
+    const __m128i bytes = _mm_packus_epi16(bytes16, _mm_setzero_si128());
     sums = _mm_add_epi8(sums, bytes);
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(data), bytes);
-    text += 16;
-    data += 8;
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(pairs.data), bytes);
+    pairs.text += 16;
+    pairs.data += 8;
   }
-  if (_mm_movemask_epi8(valid) != 0xFFFF) {
-    return 0;
-  }
-  sum += static_cast<unsigned>(
+  pairs.sum += static_cast<unsigned>(
       _mm_cvtsi128_si32(_mm_sad_epu8(sums, _mm_setzero_si128())));
-  if (decodePairs(text, left, data, sum) >= noHexDigit) {
-    return 0;
-  }
-  return checkedLength(text + 2 * left, head, sum);
+  return _mm_movemask_epi8(valid) == 0xFFFF;
 }
+
+}  // namespace
 
 #elif defined(__aarch64__) && !defined(QORUTIL_NO_VECTORS)
 
 #include <arm_neon.h>
 
-std::size_t decodeRecordVector(const char* text, RecordHead& head,
-                               unsigned char* data) {
-  unsigned sum = 0;
-  if (!decodeHead(text, head, sum)) {
-    return 0;
-  }
-  text += 9;
+namespace {
+
+bool decodeBlocks(Pairs& pairs) {
   uint8x8_t sums = vdup_n_u8(0);
   uint8x8_t valid = vdup_n_u8(0xFF);
   const auto values = [&valid](uint8x8_t digits) {
@@ -134,32 +131,35 @@ std::size_t decodeRecordVector(const char* text, RecordHead& head,
     valid = vand_u8(valid, vorr_u8(isDecimal, isLetter));
     return vbsl_u8(isDecimal, decimal, vadd_u8(letter, vdup_n_u8(10)));
   };
-  std::size_t left = head.count;
-  for (; left >= 8; left -= 8) {
+  for (; pairs.left >= 8; pairs.left -= 8) {
     const uint8x8x2_t digits =
-        vld2_u8(reinterpret_cast<const std::uint8_t*>(text));
+        vld2_u8(reinterpret_cast<const std::uint8_t*>(pairs.text));
     const uint8x8_t bytes =
         vsli_n_u8(values(digits.val[1]), values(digits.val[0]), 4);
     sums = vadd_u8(sums, bytes);
-    vst1_u8(data, bytes);
-    text += 16;
-    data += 8;
+    vst1_u8(pairs.data, bytes);
+    pairs.text += 16;
+    pairs.data += 8;
   }
-  if (vminv_u8(valid) != 0xFF) {
-    return 0;
-  }
-  sum += vaddlv_u8(sums);
-  if (decodePairs(text, left, data, sum) >= noHexDigit) {
-    return 0;
-  }
-  return checkedLength(text + 2 * left, head, sum);
+  pairs.sum += vaddlv_u8(sums);
+  return vminv_u8(valid) == 0xFF;
 }
+
+}  // namespace
 
 #else
 
-std::size_t decodeRecordVector(const char* text, RecordHead& head,
-                               unsigned char* data) {
-  return decodeRecordPortable(text, head, data);
+namespace {
+
+bool decodeBlocks(Pairs& /*pairs*/) {
+  return true;
 }
 
+}  // namespace
+
 #endif
+
+std::size_t decodeRecordVector(const char* text, RecordHead& head,
+                               unsigned char* data) {
+  return decodeRecord(text, head, {text + 9, data, 0, 0}, decodeBlocks);
+}
