@@ -160,7 +160,8 @@ class QORUTIL_EXPORT IntelHexFile {
   ///
   /// Failure: returns false and leaves the image unchanged. The first bad line
   /// ends the load, and the reason is on std::cerr, in a line that begins with
-  /// `#ERROR: `; parseLine() tells which messages go to std::cout. A line of an
+  /// `#ERROR: `. What precedes it on std::cout is told by parseLine() and, for
+  /// a record of a type that is not supported, parseHexFile(). A line of an
   /// even length that is shorter than its byte count throws std::out_of_range;
   /// that exception, like std::bad_alloc, also leaves the image unchanged.
   ///
@@ -198,8 +199,9 @@ class QORUTIL_EXPORT IntelHexFile {
   /// is left alone.
   ///
   /// Failure: type 0xFF, with a line on std::cout (`…: hexline to short`,
-  /// `…: second unexpected end of line`) or on std::cerr (`#ERROR: checksum
-  /// error.`). A line whose text ends with a data byte, one that begins with
+  /// `…: second unexpected end of line` and a line with the expected and the
+  /// actual length) or on std::cerr (`#ERROR: checksum error.`). A line whose
+  /// text ends with a data byte, one that begins with
   /// `:00000000`, and one with a negative byte count are rejected without a
   /// message. A record without data gets the warning `#ERROR:
   /// line.data.size() is zero` on std::cerr and is read all the same. A line
@@ -220,7 +222,9 @@ class QORUTIL_EXPORT IntelHexFile {
   /// used.
   ///
   /// Failure: returns false, with a line on std::cerr; `lines` then holds the
-  /// records read so far. Throws what parseLine() throws.
+  /// records read so far. For a record of an unsupported type the cleaned-up
+  /// line goes to std::cout as well; the message has the type in decimal.
+  /// Throws what parseLine() throws.
   bool parseHexFile(std::ifstream& file, std::set<hexfileline_t>& lines);
 
   /// Builds one block from the records in [`first`, `last`) and appends it.

@@ -101,7 +101,7 @@ QORUTIL_EXPORT std::uint64_t sqrtiter(unsigned int x, std::uint64_t start);
 ///
 /// Failure: returns an empty string when `localtime_r` fails.
 ///
-///     getAscTime();  // "Sun Nov  5 08:39:52 2026"
+///     getAscTime();  // "Thu Nov  5 08:39:52 2026"
 QORUTIL_EXPORT std::string getAscTime();
 
 /// Returns `microseconds` since 1970-01-01 00:00:00 UTC as a date and time in

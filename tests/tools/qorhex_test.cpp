@@ -126,7 +126,7 @@ binary files.
 -r         --reverse       Reverse the bytes of each segment before writing or dumping.
 -x [<n>]   --hexdump[=<n>] Dump the bytes of each segment,
                            n per line, default=16.
-           --strict        Leave the reading to the library: no repairs, no checks.
+           --strict        Hand the file to the library unread, without repairs.
            --force         Accept records with conflicting bytes.
            --max-size=<n>  Largest image for --binary, in bytes
                            or as nK, nM, nG, default=256M.

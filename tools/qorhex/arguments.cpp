@@ -29,7 +29,7 @@ Options makeOptions() {
       {'x', "hexdump", "n", false,
        "Dump the bytes of each segment,\nn per line, default=16."},
       {STRICT, "strict", nullptr, false,
-       "Leave the reading to the library: no repairs, no checks."},
+       "Hand the file to the library unread, without repairs."},
       {FORCE, "force", nullptr, false,
        "Accept records with conflicting bytes."},
       {MAX_SIZE, "max-size", "n", true,
