@@ -22,6 +22,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "support/hexrecord.h"
 #include "support/process.h"
 
 namespace {
@@ -35,21 +36,8 @@ constexpr char endRecord[] = ":00000001FF\n";
 
 // The line of a sound record.
 std::string hexRecord(unsigned type, unsigned offset, const Bytes& data) {
-  Bytes bytes{static_cast<char>(data.size()), static_cast<char>(offset >> 8U),
-              static_cast<char>(offset), static_cast<char>(type)};
-  bytes += data;
-  unsigned sum = 0;
-  for (const char byte : bytes) {
-    sum += static_cast<unsigned char>(byte);
-  }
-  bytes += static_cast<char>(0U - sum);
-  std::string line = ":";
-  for (const char byte : bytes) {
-    constexpr char digits[] = "0123456789ABCDEF";
-    line += digits[static_cast<unsigned char>(byte) >> 4U];
-    line += digits[static_cast<unsigned char>(byte) & 0xFU];
-  }
-  return line + '\n';
+  const std::vector<unsigned char> bytes(data.begin(), data.end());
+  return ::hexRecord(type, offset, bytes) + '\n';
 }
 
 std::string dataRecord(unsigned offset, const Bytes& data) {
