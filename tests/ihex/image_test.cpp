@@ -7,11 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <fstream>
-#include <functional>
 #include <iostream>
 #include <iterator>
 #include <memory>
-#include <new>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -211,6 +209,29 @@ class Loading : public testing::Test {
                                const std::vector<ExpectedBlock>& expected) {
     expectLoaded(text, false, expected);
     expectLoaded(text, true, expected);
+  }
+
+  // Loads the file, which gives `blocks` together with one that is there, with
+  // each allocation failing once.
+  void expectNothingLostWhereverMemoryRunsOut(std::size_t blockCount) {
+    const unsigned char byte = 7;
+    const std::size_t before = openDescriptors();
+    const std::string name = path();
+    const Capture capture;
+    image = IntelHexFile(1, 2, 1, &byte);
+    bool loaded = false;
+    const long failures =
+        failEveryAllocation([&] { loaded = image.load(name.c_str(), false); },
+                            [&](long leaked) {
+                              EXPECT_EQ(leaked, 0);
+                              expectBlocks(image, {{1, 2, {7}}});
+                              EXPECT_EQ(openDescriptors(), before);
+                            });
+    EXPECT_GT(failures, 10);
+    EXPECT_TRUE(loaded);
+    EXPECT_EQ(image.getBlockCount(), blockCount);
+    EXPECT_EQ(image[0]->data, Bytes{7});
+    EXPECT_EQ(capture.transcript(), "");
   }
 
   TemporaryFolder folder;
@@ -589,27 +610,7 @@ TEST_F(Loading, LineThatEndsInsideItsDataThrows) {
 
 TEST_F(Loading, LeavesTheImageAloneWhereverMemoryRunsOut) {
   writeFile(path(), first + upperLine(1) + first + third + end);
-  const unsigned char byte = 7;
-  const std::size_t before = openDescriptors();
-  long successes = 0;
-  for (bool failed = true; failed; ++successes) {
-    image = IntelHexFile(1, 2, 1, &byte);
-    bool loaded = false;
-    const Capture capture;
-    {
-      const FailingAllocation failing(successes);
-      try {
-        loaded = image.load(path().c_str(), false);
-      } catch (const std::bad_alloc&) {
-      }
-      failed = failing.happened();
-    }
-    ASSERT_EQ(loaded, !failed) << successes;
-    ASSERT_EQ(image.getBlockCount(), failed ? 1U : 4U) << successes;
-    ASSERT_EQ(image[0]->data, Bytes{7}) << successes;
-    ASSERT_EQ(openDescriptors(), before) << successes;
-  }
-  EXPECT_GT(successes, 10);
+  expectNothingLostWhereverMemoryRunsOut(4);
 }
 
 TEST_F(Loading, ConstructorLoads) {
@@ -752,40 +753,32 @@ TEST(Image, MoveAssignmentToItselfChangesNothing) {
   expectBlocks(image, theTwoBlocks);
 }
 
-// Runs `action` with every one of its allocations failing once, `check` after
-// each failure.
-void failEveryAllocation(const std::function<void()>& action,
-                         const std::function<void()>& check) {
-  for (long successes = 0;; ++successes) {
-    try {
-      const FailingAllocation failing(successes);
-      action();
-      EXPECT_GT(successes, 0);
-      return;
-    } catch (const std::bad_alloc&) {
-      check();
-    }
-  }
-}
-
 TEST(Image, CopyAndAssignmentHoldWhereverMemoryRunsOut) {
   const IntelHexFile source = twoBlocks();
   const unsigned char byte = 7;
   IntelHexFile target(3, 4, 1, &byte);
-  failEveryAllocation([&] { const IntelHexFile copy(source); },
-                      [&] { expectBlocks(source, theTwoBlocks); });
-  failEveryAllocation([&] { target = source; },
-                      [&] {
-                        expectBlocks(target, {{3, 4, {7}}});
-                      });
+  const long copyFailures =
+      failEveryAllocation([&] { const IntelHexFile copy(source); },
+                          [&](long leaked) {
+                            EXPECT_EQ(leaked, 0);
+                            expectBlocks(source, theTwoBlocks);
+                          });
+  EXPECT_EQ(copyFailures, 5);  // the list, two blocks and their bytes
+  const long failures =
+      failEveryAllocation([&] { target = source; },
+                          [&](long leaked) {
+                            EXPECT_EQ(leaked, 0);
+                            expectBlocks(target, {{3, 4, {7}}});
+                          });
+  EXPECT_EQ(failures, copyFailures);
   expectBlocks(target, theTwoBlocks);
 }
 
 TEST(Image, OfRawDataThrowsWhereverMemoryRunsOut) {
   const unsigned char byte = 7;
-  int failures = 0;
-  failEveryAllocation([&] { const IntelHexFile image(3, 4, 1, &byte); },
-                      [&] { ++failures; });
+  const long failures =
+      failEveryAllocation([&] { const IntelHexFile image(3, 4, 1, &byte); },
+                          [](long leaked) { EXPECT_EQ(leaked, 0); });
   EXPECT_EQ(failures, 3);
 }
 
@@ -878,9 +871,13 @@ TEST_F(NewBlock, RefusesARecordThatEndsBeyondTheLast) {
 
 TEST_F(NewBlock, HoldsWhereverMemoryRunsOut) {
   add(0, 0, {1});
-  failEveryAllocation(
+  const long failures = failEveryAllocation(
       [&] { image.createNewBlock(records.begin(), records.end()); },
-      [&] { expectBlocks(image, {}); });
+      [&](long leaked) {
+        EXPECT_EQ(leaked, 0);
+        expectBlocks(image, {});
+      });
+  EXPECT_EQ(failures, 3);
   expectBlocks(image, {{0, 0, {1}}});
 }
 

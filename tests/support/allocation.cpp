@@ -12,6 +12,15 @@ constexpr long never = -1;
 
 thread_local long remaining = never;
 thread_local bool failed = false;
+thread_local long made = 0;
+thread_local long live = 0;
+
+void release(void* memory) {
+  if (memory != nullptr) {
+    --live;
+    std::free(memory);
+  }
+}
 
 }  // namespace
 
@@ -28,6 +37,30 @@ bool FailingAllocation::happened() const {
   return failed;
 }
 
+AllocationCount::AllocationCount() : madeBefore(::made), liveBefore(::live) {}
+
+long AllocationCount::made() const {
+  return ::made - madeBefore;
+}
+
+long AllocationCount::live() const {
+  return ::live - liveBefore;
+}
+
+long failEveryAllocation(const std::function<void()>& action,
+                         const std::function<void(long leaked)>& check) {
+  for (long successes = 0;; ++successes) {
+    const AllocationCount count;
+    try {
+      const FailingAllocation failing(successes);
+      action();
+      return successes;
+    } catch (const std::bad_alloc&) {
+    }
+    check(count.live());
+  }
+}
+
 void* operator new(std::size_t size) {
   if (remaining != never && remaining-- == 0) {
     failed = true;
@@ -37,13 +70,15 @@ void* operator new(std::size_t size) {
   if (memory == nullptr) {
     throw std::bad_alloc();
   }
+  ++made;
+  ++live;
   return memory;
 }
 
 void operator delete(void* memory) noexcept {
-  std::free(memory);
+  release(memory);
 }
 
 void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
+  release(memory);
 }

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// Lets memory run out at a chosen allocation. A program that uses this has its
-// operator new replaced, for the shared library too.
+// Counts allocations, and lets memory run out at a chosen one. A program that
+// uses this has its operator new replaced, for the shared library too.
 
 #ifndef QORUTIL_TESTS_SUPPORT_ALLOCATION_H
 #define QORUTIL_TESTS_SUPPORT_ALLOCATION_H
+
+#include <functional>
 
 /// While it lives, operator new throws std::bad_alloc once, after `successes`
 /// calls that succeed.
@@ -18,5 +20,28 @@ class FailingAllocation {
   /// Tells whether an allocation has failed.
   bool happened() const;
 };
+
+/// Counts what this thread allocates from its making on.
+class AllocationCount {
+ public:
+  AllocationCount();
+
+  /// How often operator new gave memory.
+  long made() const;
+
+  /// How many of these pieces are not given back yet. Below 0 where some from
+  /// before were.
+  long live() const;
+
+ private:
+  long madeBefore;
+  long liveBefore;
+};
+
+/// Runs `action` with its first allocation failing, then with its second, and
+/// so on until none fails, and `check` after each failure. Returns how often
+/// one failed. What a failed `action` leaves allocated is `leaked`.
+long failEveryAllocation(const std::function<void()>& action,
+                         const std::function<void(long leaked)>& check);
 
 #endif  // QORUTIL_TESTS_SUPPORT_ALLOCATION_H
