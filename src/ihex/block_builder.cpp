@@ -70,7 +70,9 @@ std::unique_ptr<IntelHexFileBlock> GrowingBlock::finish() {
 
 unsigned char* RecordStore::next() {
   if (chunkSize - used < 1 + longestData) {
-    chunks.emplace_back(new unsigned char[chunkSize]);
+    // Owned before the vector may fail to grow.
+    std::unique_ptr<unsigned char[]> chunk(new unsigned char[chunkSize]);
+    chunks.push_back(std::move(chunk));
     used = 0;
   }
   return chunks.back().get() + used + 1;

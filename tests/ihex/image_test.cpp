@@ -613,6 +613,19 @@ TEST_F(Loading, LeavesTheImageAloneWhereverMemoryRunsOut) {
   expectNothingLostWhereverMemoryRunsOut(4);
 }
 
+// More than four chunks of kept records, so that the list of chunks grows too.
+TEST_F(Loading, LosesNothingWhereverMemoryRunsOutAmongKeptRecords) {
+  std::string text;
+  for (unsigned upper = 18; upper-- > 0;) {
+    text += upperLine(upper);
+    for (unsigned address = 0; address < 0xFF00; address += 255) {
+      text += dataLine(address, 255, static_cast<unsigned char>(upper));
+    }
+  }
+  writeFile(path(), text + end);
+  expectNothingLostWhereverMemoryRunsOut(19);
+}
+
 TEST_F(Loading, ConstructorLoads) {
   writeFile(path(), first + second + third + end);
   expectBlocks(IntelHexFile(path().c_str(), false),
