@@ -125,8 +125,8 @@ class QORUTIL_EXPORT IntelHexFile {
 
   /// Makes an image of one block at `extAddress` * 65536 + `address` with a
   /// copy of the first `size` bytes at `data`, which is not checked. With
-  /// `size` 0 nothing is read. Throws what the vector throws for a `size` that
-  /// it cannot hold.
+  /// `size` 0 nothing is read. Throws std::length_error for a `size` beyond
+  /// what a vector can hold on the target, before it looks at `data`.
   ///
   ///     const unsigned char bytes[] = {1, 2, 3};
   ///     IntelHexFile image(0x0800, 0x4000, 3, bytes);  // from 0x08004000

@@ -7,6 +7,7 @@
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <stdexcept>
 #include <utility>
 
 #include "ihex/block_builder.h"
@@ -160,11 +161,14 @@ IntelHexFile::IntelHexFile(IntelHexFile&& other) noexcept
 IntelHexFile::IntelHexFile(std::uint16_t extAddress, std::uint16_t address,
                            std::uint64_t size, const unsigned char* data) {
   auto block = std::make_unique<IntelHexFileBlock>();
+  if (size > block->data.max_size()) {
+    throw std::length_error("IntelHexFile: size beyond what a block can hold");
+  }
   block->extAddress = extAddress;
   block->address = address;
   block->size = size;
   if (size != 0) {
-    block->data.assign(data, data + size);
+    block->data.assign(data, data + static_cast<std::size_t>(size));
   }
   blocks.push_back(block.get());
   static_cast<void>(block.release());

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -657,6 +658,21 @@ TEST(Image, OfRawDataIsOneBlockWithACopy) {
 TEST(Image, OfNoRawDataIsABlockWithoutBytes) {
   const IntelHexFile image(0xFFFF, 0xFFFF, 0, nullptr);
   expectBlocks(image, {{0xFFFF, 0xFFFF, {}}});
+}
+
+// A size that a 32-bit target would cut to 1, and others that no vector holds.
+TEST(Image, OfMoreRawDataThanAVectorHoldsIsRefused) {
+  constexpr std::uint64_t most = std::numeric_limits<std::ptrdiff_t>::max();
+  std::vector<std::uint64_t> sizes{most + 1, 0xFFFFFFFFFFFFFFFF};
+  if (sizeof(std::size_t) == 4) {
+    sizes.insert(sizes.end(), {0x100000000, 0x100000001});
+  }
+  const unsigned char byte = 7;
+  for (const std::uint64_t size : sizes) {
+    const AllocationCount count;
+    EXPECT_THROW(IntelHexFile(1, 2, size, &byte), std::length_error) << size;
+    EXPECT_EQ(count.live(), 0) << size;
+  }
 }
 
 // An image of two blocks.
