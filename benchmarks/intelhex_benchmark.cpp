@@ -27,6 +27,13 @@
 
 namespace {
 
+using qorutil_internal::BlockBuilder;
+using qorutil_internal::decodeRecord;
+using qorutil_internal::decodeRecordByDigits;
+using qorutil_internal::longestRecord;
+using qorutil_internal::RecordHead;
+using qorutil_internal::TextReader;
+
 constexpr std::size_t recordSize = 16;
 
 // One record line, without its line feed.
@@ -232,10 +239,8 @@ void BM_stage_decode(benchmark::State& state) {
   setBytes(state, size);
 }
 
-BENCHMARK_TEMPLATE(BM_stage_decode, decodeRecordVector)
-    ->Arg(1 << 20)
-    ->Arg(16 << 20);
-BENCHMARK_TEMPLATE(BM_stage_decode, decodeRecordPortable)
+BENCHMARK_TEMPLATE(BM_stage_decode, decodeRecord)->Arg(1 << 20)->Arg(16 << 20);
+BENCHMARK_TEMPLATE(BM_stage_decode, decodeRecordByDigits)
     ->Arg(1 << 20)
     ->Arg(16 << 20);
 

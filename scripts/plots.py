@@ -72,8 +72,8 @@ def growthPlot(growth):
 def stagesPlot(times):
     """Nanoseconds per byte of the image, one bar for each stage."""
     size = 16 << 20
-    stages = [("read", "read"), ("decode", "decode<decodeRecordVector>"),
-              ("decode, portable", "decode<decodeRecordPortable>"),
+    stages = [("read", "read"), ("decode", "decode<decodeRecord>"),
+              ("decode by digits", "decode<decodeRecordByDigits>"),
               ("make blocks", "blocks"), ("write", "write")]
     values = [(name, times[f"BM_stage_{stage}/{size}"] / size)
               for name, stage in stages]

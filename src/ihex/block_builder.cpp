@@ -8,6 +8,8 @@
 #include <new>
 #include <utility>
 
+namespace qorutil_internal {
+
 namespace {
 
 constexpr std::size_t longestData = 255;
@@ -15,9 +17,6 @@ constexpr std::size_t longestData = 255;
 // A block of records that follow each other under one upper address ends at
 // most this far behind its beginning.
 constexpr std::size_t longestBlock = 0xFFFF + longestData;
-
-// Sorted records lie anywhere in memory; so many are on their way at a time.
-constexpr std::size_t lookAhead = 16;
 
 // Sorts by the upper halves, entries with equal ones staying in their order:
 // byte by byte from the lowest (LSD radix sort), leaving out the bytes that are
@@ -192,9 +191,11 @@ bool BlockBuilder::finish() {
 }
 
 void BlockBuilder::cutStored() {
+  // Sorted records lie anywhere in memory; so many are on their way at a time.
+  constexpr std::size_t onTheirWay = 16;
   for (std::size_t i = 0; i < store.size(); ++i) {
-    if (i + lookAhead < store.size()) {
-      __builtin_prefetch(store.data(i + lookAhead));
+    if (i + onTheirWay < store.size()) {
+      __builtin_prefetch(store.data(i + onTheirWay));
     }
     std::copy_n(store.data(i), store.count(i), growing.end());
     cut(store.key(i), store.count(i));
@@ -222,3 +223,5 @@ bool BlockBuilder::makeSingle() {
   finished.push_back(std::move(block));
   return true;
 }
+
+}  // namespace qorutil_internal

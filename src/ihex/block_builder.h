@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-#include "ihex/record_decoder.h"
+namespace qorutil_internal {
 
 /// The bytes of one block while it grows, in a buffer that serves for all
 /// blocks: a finished block is allocated once, in its size, and filled once.
@@ -132,5 +132,7 @@ class BlockBuilder {
   // The byte counts of the records in `finished` and `growing`, in order.
   std::vector<std::uint8_t> counts;
 };
+
+}  // namespace qorutil_internal
 
 #endif  // QORUTIL_IHEX_BLOCK_BUILDER_H

@@ -8,6 +8,8 @@
 #include <array>
 #include <cstdint>
 
+namespace qorutil_internal {
+
 /// What hexDigits holds for a character that is no hex digit: bits that no
 /// value of a digit or of a pair of digits has.
 constexpr std::uint16_t noHexDigit = 0x100;
@@ -36,5 +38,7 @@ inline unsigned hexPair(const char* text) {
   const unsigned low = hexDigits[static_cast<unsigned char>(text[1])];
   return high << 4 | low;
 }
+
+}  // namespace qorutil_internal
 
 #endif  // QORUTIL_IHEX_HEX_DIGITS_H

@@ -16,6 +16,13 @@
 
 namespace {
 
+using qorutil_internal::BlockBuilder;
+using qorutil_internal::dataRecord;
+using qorutil_internal::decodeRecord;
+using qorutil_internal::noRecord;
+using qorutil_internal::RecordHead;
+using qorutil_internal::TextReader;
+using qorutil_internal::upperAddressRecord;
 using Record = IntelHexFile::hexfileline_t;
 using RecordIterator = std::set<Record>::const_iterator;
 
@@ -112,7 +119,7 @@ bool readRecords(IntelHexFile& image, TextReader& reader,
     const char* const text = reader.text();
     unsigned char* const data = builder.next();
     RecordHead head{};
-    const std::size_t length = decodeRecordVector(text, head, data);
+    const std::size_t length = decodeRecord(text, head, data);
     const std::size_t lineLength = length == 0 ? 0 : endOfLine(text, length);
     if (lineLength != 0 && head.type == dataRecord && head.count != 0) {
       builder.add(extAddress, head.address, head.count);

@@ -54,13 +54,14 @@ bool parseSoundLine(std::string& hexline, IntelHexFile::hexfileline_t& line) {
   if (length < 13 || !line.data.empty()) {
     return false;
   }
-  const unsigned count = hexPair(hexline.data() + 1);
+  const unsigned count = qorutil_internal::hexPair(hexline.data() + 1);
   if (length != 11 + 2 * std::size_t{count}) {
     return false;
   }
-  RecordHead head{};
+  qorutil_internal::RecordHead head{};
   line.data.resize(count);
-  if (decodeRecordVector(hexline.data(), head, line.data.data()) == 0) {
+  if (qorutil_internal::decodeRecord(hexline.data(), head, line.data.data()) ==
+      0) {
     line.data.clear();
     return false;
   }
@@ -81,7 +82,7 @@ bool IntelHexFile::hexfileline_t::operator<(const hexfileline_t& other) const {
 }
 
 void IntelHexFile::parseLine(std::string& hexline, hexfileline_t& line) {
-  line.type = noRecord;
+  line.type = qorutil_internal::noRecord;
   if (parseSoundLine(hexline, line)) {
     return;
   }

@@ -4,6 +4,14 @@
 
 #include "ihex/hex_digits.h"
 
+#if defined(__SSE2__) && !defined(QORUTIL_NO_VECTORS)
+#include <emmintrin.h>
+#elif defined(__aarch64__) && !defined(QORUTIL_NO_VECTORS)
+#include <arm_neon.h>
+#endif
+
+namespace qorutil_internal {
+
 namespace {
 
 // Reads ":LLAAAATT" into `head` and adds its bytes to `sum`; false where there
@@ -48,8 +56,8 @@ inline bool decodeAll(Pairs& pairs) {
 // them as it likes to before the rest is decoded one by one, and returns false
 // where it met a character that is no hex digit.
 template <class DecodeBlocks>
-inline std::size_t decodeRecord(const char* text, RecordHead& head, Pairs pairs,
-                                DecodeBlocks decodeBlocks) {
+inline std::size_t decode(const char* text, RecordHead& head, Pairs pairs,
+                          DecodeBlocks decodeBlocks) {
   if (!decodeHead(text, head, pairs.sum)) {
     return 0;
   }
@@ -64,19 +72,7 @@ inline std::size_t decodeRecord(const char* text, RecordHead& head, Pairs pairs,
   return 11 + 2 * std::size_t{head.count};
 }
 
-}  // namespace
-
-std::size_t decodeRecordPortable(const char* text, RecordHead& head,
-                                 unsigned char* data) {
-  return decodeRecord(text, head, {text + 9, data, 0, 0},
-                      [](Pairs&) { return true; });
-}
-
 #if defined(__SSE2__) && !defined(QORUTIL_NO_VECTORS)
-
-#include <emmintrin.h>
-
-namespace {
 
 bool decodeBlocks(Pairs& pairs) {
   __m128i sums = _mm_setzero_si128();
@@ -111,13 +107,7 @@ bool decodeBlocks(Pairs& pairs) {
   return _mm_movemask_epi8(valid) == 0xFFFF;
 }
 
-}  // namespace
-
 #elif defined(__aarch64__) && !defined(QORUTIL_NO_VECTORS)
-
-#include <arm_neon.h>
-
-namespace {
 
 bool decodeBlocks(Pairs& pairs) {
   uint8x8_t sums = vdup_n_u8(0);
@@ -145,21 +135,25 @@ bool decodeBlocks(Pairs& pairs) {
   return vminv_u8(valid) == 0xFF;
 }
 
-}  // namespace
-
 #else
-
-namespace {
 
 bool decodeBlocks(Pairs& /*pairs*/) {
   return true;
 }
 
-}  // namespace
-
 #endif
 
-std::size_t decodeRecordVector(const char* text, RecordHead& head,
-                               unsigned char* data) {
-  return decodeRecord(text, head, {text + 9, data, 0, 0}, decodeBlocks);
+}  // namespace
+
+std::size_t decodeRecord(const char* text, RecordHead& head,
+                         unsigned char* data) {
+  return decode(text, head, {text + 9, data, 0, 0}, decodeBlocks);
 }
+
+std::size_t decodeRecordByDigits(const char* text, RecordHead& head,
+                                 unsigned char* data) {
+  return decode(text, head, {text + 9, data, 0, 0},
+                [](Pairs&) { return true; });
+}
+
+}  // namespace qorutil_internal

@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace qorutil_internal {
+
 constexpr std::uint8_t dataRecord = 0;
 constexpr std::uint8_t upperAddressRecord = 4;
 /// What a record's type is where no sound record was read.
@@ -33,14 +35,16 @@ constexpr std::size_t longestRecord = 11 + 2 * 255;
 /// must be readable at `text`, and so many bytes writable at `data`. Where the
 /// result is 0, `head` and the bytes at `data` have no meaning.
 ///
-/// This is the plain form: digit by digit.
-std::size_t decodeRecordPortable(const char* text, RecordHead& head,
+/// This goes 16 digits at a time, with the vector instructions that every
+/// processor of the target has: SSE2 on x86-64, NEON on arm64. On other targets
+/// and in a build with QORUTIL_NO_VECTORS, it goes digit by digit.
+std::size_t decodeRecord(const char* text, RecordHead& head,
+                         unsigned char* data);
+
+/// The same, digit by digit everywhere.
+std::size_t decodeRecordByDigits(const char* text, RecordHead& head,
                                  unsigned char* data);
 
-/// The same, 16 digits at a time, with the vector instructions that every
-/// processor of the target has: SSE2 on x86-64, NEON on arm64. On other targets
-/// and in a build with QORUTIL_NO_VECTORS, it is the plain form.
-std::size_t decodeRecordVector(const char* text, RecordHead& head,
-                               unsigned char* data);
+}  // namespace qorutil_internal
 
 #endif  // QORUTIL_IHEX_RECORD_DECODER_H

@@ -8,6 +8,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace qorutil_internal {
+
 namespace {
 
 // Large enough that a read costs little beside the bytes it brings, small
@@ -78,3 +80,5 @@ void TextReader::getLine(std::string& line) {
     }
   }
 }
+
+}  // namespace qorutil_internal

@@ -9,6 +9,8 @@
 #include <memory>
 #include <string>
 
+namespace qorutil_internal {
+
 /// An open file and the piece of its text that is being looked at.
 class TextReader {
  public:
@@ -59,5 +61,7 @@ class TextReader {
   bool metEnd{false};
   bool metError{false};
 };
+
+}  // namespace qorutil_internal
 
 #endif  // QORUTIL_IHEX_TEXT_READER_H

@@ -18,6 +18,7 @@
 
 namespace {
 
+using qorutil_internal::RecordHead;
 using Decoder = std::size_t (*)(const char*, RecordHead&, unsigned char*);
 
 struct Decoded {
@@ -154,10 +155,10 @@ TEST_P(RecordDecoder, RefusesEveryWrongChecksum) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, RecordDecoder,
-                         testing::Values(decodeRecordPortable,
-                                         decodeRecordVector),
+                         testing::Values(qorutil_internal::decodeRecordByDigits,
+                                         qorutil_internal::decodeRecord),
                          [](const auto& tested) {
-                           return tested.index == 0 ? "Portable" : "Vector";
+                           return tested.index == 0 ? "ByDigits" : "InBlocks";
                          });
 
 }  // namespace
