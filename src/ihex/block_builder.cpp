@@ -3,115 +3,17 @@
 #include "ihex/block_builder.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
-#include <new>
 #include <utility>
 
 namespace qorutil_internal {
-
-namespace {
-
-constexpr std::size_t longestData = 255;
-
-// A block of records that follow each other under one upper address ends at
-// most this far behind its beginning.
-constexpr std::size_t longestBlock = 0xFFFF + longestData;
-
-// Sorts by the upper halves, entries with equal ones staying in their order:
-// byte by byte from the lowest (LSD radix sort), leaving out the bytes that are
-// the same in all.
-void sortByUpperHalf(std::vector<std::uint64_t>& entries) {
-  std::vector<std::uint64_t> sorted(entries.size());
-  for (unsigned shift = 32; shift < 64; shift += 8) {
-    std::array<std::size_t, 256> places{};
-    for (const std::uint64_t entry : entries) {
-      ++places[(entry >> shift) & 0xFF];
-    }
-    if (places[(entries[0] >> shift) & 0xFF] == entries.size()) {
-      continue;
-    }
-    std::size_t place = 0;
-    for (std::size_t& count : places) {
-      place += std::exchange(count, place);
-    }
-    for (const std::uint64_t entry : entries) {
-      sorted[places[(entry >> shift) & 0xFF]++] = entry;
-    }
-    entries.swap(sorted);
-  }
-}
-
-}  // namespace
-
-GrowingBlock::GrowingBlock()
-    : bytes(new unsigned char[longestBlock + longestData]) {}
-
-void GrowingBlock::start(std::uint32_t key, const unsigned char* data,
-                         std::size_t count) {
-  std::memmove(bytes.get(), data, count);
-  size = 0;
-  firstKey = key;
-  started = true;
-  append(key, count);
-}
-
-std::unique_ptr<IntelHexFileBlock> GrowingBlock::finish() {
-  auto block = std::make_unique<IntelHexFileBlock>();
-  block->extAddress = static_cast<std::uint16_t>(firstKey >> 16);
-  block->address = static_cast<std::uint16_t>(firstKey);
-  block->size = size;
-  block->data.assign(bytes.get(), bytes.get() + size);
-  size = 0;
-  started = false;
-  return block;
-}
-
-unsigned char* RecordStore::next() {
-  if (chunkSize - used < 1 + longestData) {
-    // Owned before the vector may fail to grow.
-    std::unique_ptr<unsigned char[]> chunk(new unsigned char[chunkSize]);
-    chunks.push_back(std::move(chunk));
-    used = 0;
-  }
-  return chunks.back().get() + used + 1;
-}
-
-void RecordStore::add(std::uint32_t key, std::size_t count) {
-  next()[-1] = static_cast<unsigned char>(count);
-  const std::uint64_t place =
-      ((chunks.size() - 1) * std::uint64_t{chunkSize} + used) / unit;
-  if (place > 0xFFFFFFFF) {
-    throw std::bad_alloc();  // beyond 16 GiB of records
-  }
-  index.push_back(std::uint64_t{key} << 32 | place);
-  used += (1 + count + unit - 1) / unit * unit;
-}
-
-void RecordStore::sort() {
-  if (!std::is_sorted(index.begin(), index.end())) {
-    sortByUpperHalf(index);
-  }
-  index.erase(std::unique(index.begin(), index.end(),
-                          [](std::uint64_t a, std::uint64_t b) {
-                            return a >> 32 == b >> 32;
-                          }),
-              index.end());
-}
-
-const unsigned char* RecordStore::at(std::size_t i) const {
-  const std::uint64_t place = (index[i] & 0xFFFFFFFF) * unit;
-  return chunks[static_cast<std::size_t>(place / chunkSize)].get() +
-         place % chunkSize;
-}
 
 BlockBuilder::BlockBuilder(bool singleBlock)
     : single(singleBlock), storing(singleBlock) {}
 
 void BlockBuilder::add(std::uint16_t extAddress, std::uint16_t address,
                        std::size_t count) {
-  const std::uint32_t key = std::uint32_t{extAddress} << 16 | address;
-  if (single && !store.empty() && store.key(0) >> 16 != extAddress) {
+  const std::uint32_t key = recordKey(extAddress, address);
+  if (single && !store.empty() && store.key(0) >> 16 != key >> 16) {
     fits = false;  // whatever else comes
   }
   if (!fits) {
@@ -139,7 +41,7 @@ void BlockBuilder::add(std::uint16_t extAddress, std::uint16_t address,
 
 // Takes the record at growing.end(), whose key is above all before it.
 void BlockBuilder::cut(std::uint32_t key, std::size_t count) {
-  if (!growing.empty() && growing.isContinuedBy(key)) {
+  if (growing.isContinuedBy(key)) {
     growing.append(key, count);
     return;
   }
@@ -157,8 +59,7 @@ void BlockBuilder::storeBlocks() {
   }
   std::size_t record = 0;
   for (std::unique_ptr<IntelHexFileBlock>& block : finished) {
-    const std::uint32_t start =
-        std::uint32_t{block->extAddress} << 16 | block->address;
+    const std::uint32_t start = recordKey(block->extAddress, block->address);
     std::uint32_t offset = 0;
     while (offset < block->size) {
       const std::uint8_t count = counts[record++];

@@ -9,6 +9,7 @@
 
 #include "ihex/hex_digits.h"
 #include "ihex/record_decoder.h"
+#include "ihex/record_types.h"
 
 namespace {
 

@@ -9,12 +9,9 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace qorutil_internal {
+#include "ihex/record_key.h"
 
-constexpr std::uint8_t dataRecord = 0;
-constexpr std::uint8_t upperAddressRecord = 4;
-/// What a record's type is where no sound record was read.
-constexpr std::uint8_t noRecord = 0xFF;
+namespace qorutil_internal {
 
 /// The fields of a record in front of its data.
 struct RecordHead {
@@ -25,7 +22,7 @@ struct RecordHead {
 
 /// The characters of the longest record: start code, header, 255 data bytes and
 /// checksum.
-constexpr std::size_t longestRecord = 11 + 2 * 255;
+constexpr std::size_t longestRecord = 11 + 2 * longestData;
 
 /// Decodes the record that begins at `text` and returns the number of its
 /// characters; 0 where it is not sound: start code, nothing but hex digits, a
