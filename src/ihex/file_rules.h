@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The rules for the lines of a file, once for parseHexFile() and the loader:
+// The rules for the lines of a file, once for the plain way and the loader:
 // what ends it, what may stand in it, and the messages about the rest.
 
 #ifndef QORUTIL_IHEX_FILE_RULES_H

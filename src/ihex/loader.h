@@ -16,8 +16,8 @@
 
 namespace qorutil_internal {
 
-/// One load of one file: the same as by parseHexFile(), without a string and a
-/// set node for each record. The lines that are plainly sound, in other words
+/// One load of one file: the same as loadPlainly(), without a string and a set
+/// node for each record. The lines that are plainly sound, in other words
 /// nearly all, are decoded where they were read; every other goes through
 /// parseLine().
 class Loader {

@@ -32,6 +32,7 @@
 #include <gtest/gtest.h>
 
 #include "ihex/generator.h"
+#include "ihex/plain_load.h"
 #include "ihex/reference.h"
 #include "support/capture.h"
 
@@ -172,7 +173,10 @@ bool loadByPath(IntelHexFile& image, const char* path, bool singleBlock) {
   return image.load(path, singleBlock);
 }
 
+// The plain way and the fast one, each against the tests' own reading.
 constexpr Variant variants[] = {
+    {"ThePlainWay", false, false, qorutil_internal::loadPlainly},
+    {"ThePlainWayWithReadErrors", true, true, qorutil_internal::loadPlainly},
     {"WholeReads", false, false, loadByPath},
     {"ReadsInPieces", true, false, loadByPath},
     {"ReadErrors", true, true, loadByPath},
