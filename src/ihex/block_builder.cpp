@@ -10,9 +10,8 @@ namespace qorutil_internal {
 BlockBuilder::BlockBuilder(bool singleBlock)
     : single(singleBlock), storing(singleBlock) {}
 
-void BlockBuilder::add(std::uint16_t extAddress, std::uint16_t address,
-                       std::size_t count) {
-  const std::uint32_t key = recordKey(extAddress, address);
+// Takes a record that does not simply go on where the last one ended.
+void BlockBuilder::addElsewhere(std::uint32_t key, std::size_t count) {
   if (single && !store.empty() && store.key(0) >> 16 != key >> 16) {
     fits = false;  // whatever else comes
   }

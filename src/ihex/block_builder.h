@@ -31,7 +31,15 @@ class BlockBuilder {
   unsigned char* next() { return storing ? store.next() : growing.end(); }
 
   /// Takes the `count` bytes at next() as those of the record at this address.
-  void add(std::uint16_t extAddress, std::uint16_t address, std::size_t count);
+  void add(std::uint16_t extAddress, std::uint16_t address, std::size_t count) {
+    const std::uint32_t key = recordKey(extAddress, address);
+    if (growing.isContinuedBy(key) && count != 0) {
+      growing.append(key, count);
+      counts.push_back(static_cast<std::uint8_t>(count));
+    } else {
+      addElsewhere(key, count);
+    }
+  }
 
   /// Makes the remaining blocks; false where the records do not fit into the
   /// single block asked for.
@@ -41,6 +49,7 @@ class BlockBuilder {
   std::vector<std::unique_ptr<IntelHexFileBlock>>& blocks() { return finished; }
 
  private:
+  void addElsewhere(std::uint32_t key, std::size_t count);
   void cut(std::uint32_t key, std::size_t count);
   void storeBlocks();
   void cutStored();

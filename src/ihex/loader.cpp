@@ -31,8 +31,9 @@ Loader::Loader(const char* name, bool singleBlock)
     : path(name), reader(name), builder(singleBlock) {}
 
 // Reads a line that holds nothing but a sound record of data or of an upper
-// address; false where there is another, which is left as it is.
-bool Loader::readSoundLine() {
+// address; false where there is another, which is left as it is. Called for
+// every line, and so worth the word.
+inline bool Loader::readSoundLine() {
   const char* const text = reader.text();
   unsigned char* const data = builder.next();
   RecordHead head{};

@@ -75,27 +75,31 @@ inline std::size_t decode(const char* text, RecordHead& head, Pairs pairs,
 #if defined(__SSE2__) && !defined(QORUTIL_NO_VECTORS)
 
 bool decodeBlocks(Pairs& pairs) {
+  if (pairs.left < 8) {
+    return true;
+  }
   __m128i sums = _mm_setzero_si128();
-  __m128i valid = _mm_set1_epi16(-1);
+  __m128i all = _mm_setzero_si128();
   for (; pairs.left >= 8; pairs.left -= 8) {
     const __m128i digits =
         _mm_loadu_si128(reinterpret_cast<const __m128i*>(pairs.text));
-    const __m128i decimal = _mm_sub_epi8(digits, _mm_set1_epi8('0'));
-    const __m128i letter = _mm_sub_epi8(
-        _mm_or_si128(digits, _mm_set1_epi8(0x20)), _mm_set1_epi8('a'));
-    const __m128i isDecimal =
-        _mm_cmpeq_epi8(_mm_min_epu8(decimal, _mm_set1_epi8(9)), decimal);
-    const __m128i isLetter =
-        _mm_cmpeq_epi8(_mm_min_epu8(letter, _mm_set1_epi8(5)), letter);
-    valid = _mm_and_si128(valid, _mm_or_si128(isDecimal, isLetter));
-    // 'A' and 'a' are 0x41 and 0x61.
-    const __m128i values =
-        _mm_add_epi8(_mm_and_si128(digits, _mm_set1_epi8(0xF)),
-                     _mm_and_si128(isLetter, _mm_set1_epi8(9)));
+    // '0' to '9' become 246 to 255, which are the only ones to stay above 239.
+    const __m128i decimal =
+        _mm_sub_epi8(_mm_subs_epu8(_mm_sub_epi8(digits, _mm_set1_epi8('9' + 1)),
+                                   _mm_set1_epi8(6)),
+                     _mm_set1_epi8(static_cast<char>(240)));
+    // Letters of either case become 10 to 15.
+    const __m128i letter = _mm_adds_epu8(
+        _mm_sub_epi8(_mm_or_si128(digits, _mm_set1_epi8('a' - 'A')),
+                     _mm_set1_epi8('a')),
+        _mm_set1_epi8(10));
+    // The one that does not apply is 16 or more, and so are both where the
+    // character is no digit.
+    const __m128i values = _mm_min_epu8(decimal, letter);
+    all = _mm_or_si128(all, values);
     // The first digit of a pair is the low half of a 16-bit number.
-    const __m128i bytes16 = _mm_and_si128(
-        _mm_or_si128(_mm_slli_epi16(values, 4), _mm_srli_epi16(values, 8)),
-        _mm_set1_epi16(0xFF));
+    const __m128i bytes16 =
+        _mm_srli_epi16(_mm_or_si128(_mm_slli_epi16(values, 12), values), 8);
     const __m128i bytes = _mm_packus_epi16(bytes16, _mm_setzero_si128());
     sums = _mm_add_epi8(sums, bytes);
     _mm_storel_epi64(reinterpret_cast<__m128i*>(pairs.data), bytes);
@@ -104,7 +108,9 @@ bool decodeBlocks(Pairs& pairs) {
   }
   pairs.sum += static_cast<unsigned>(
       _mm_cvtsi128_si32(_mm_sad_epu8(sums, _mm_setzero_si128())));
-  return _mm_movemask_epi8(valid) == 0xFFFF;
+  const __m128i beyond = _mm_subs_epu8(all, _mm_set1_epi8(15));
+  return _mm_movemask_epi8(_mm_cmpeq_epi8(beyond, _mm_setzero_si128())) ==
+         0xFFFF;
 }
 
 #elif defined(__aarch64__) && !defined(QORUTIL_NO_VECTORS)
