@@ -7,6 +7,7 @@
 #include <iostream>
 #include <memory>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 IntelHexFileBlock::IntelHexFileBlock() = default;
@@ -61,5 +62,7 @@ bool IntelHexFileBlock::writeBinaryTo(const char* path) const {
     std::cerr << "#ERROR: failed to create file \"" << path << '"' << std::endl;
     return false;
   }
-  return writeBinaryTo(fileno(file.get()));
+  const int fd = fileno(file.get());
+  ::fcntl(fd, F_SETFD, FD_CLOEXEC);  // "wbe" would be another mode
+  return writeBinaryTo(fd);
 }

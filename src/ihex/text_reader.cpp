@@ -20,7 +20,7 @@ constexpr std::size_t pieceSize = std::size_t{128} << 10;
 
 TextReader::TextReader(const char* path)
     : buffer(new char[pieceSize + 2 * lookAhead]),
-      descriptor(::open(path, O_RDONLY | O_LARGEFILE)),
+      descriptor(::open(path, O_RDONLY | O_LARGEFILE | O_CLOEXEC)),
       cursor(buffer.get()),
       end(buffer.get()) {}
 

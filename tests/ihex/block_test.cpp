@@ -41,6 +41,7 @@ struct WriteScript {
   int error{EIO};
   std::vector<ssize_t> results;
   std::vector<std::size_t> lengths;
+  int flags{0};  // of the descriptor of the last call
 };
 
 WriteScript* script = nullptr;
@@ -53,6 +54,7 @@ extern "C" ssize_t write(int fd, const void* buffer, std::size_t length) {
   if (script != nullptr && (script->fd == fd || script->fd == -1)) {
     const std::size_t call = script->lengths.size();
     script->lengths.push_back(length);
+    script->flags = fcntl(fd, F_GETFD);
     if (call < script->results.size()) {
       if (script->results[call] == -1) {
         errno = script->error;
@@ -396,6 +398,21 @@ TEST_F(Writing, PathGoesInCallsOf512Bytes) {
   const ScriptedWrite calls(-1);
   EXPECT_TRUE(block.writeBinaryTo(path().c_str()));
   EXPECT_THAT(calls.lengths, ElementsAre(512, 512, 276));
+}
+
+TEST_F(Writing, DescriptorOfAPathIsClosedOnExec) {
+  fill(1);
+  const ScriptedWrite calls(-1);
+  EXPECT_TRUE(block.writeBinaryTo(path().c_str()));
+  EXPECT_EQ(calls.flags, FD_CLOEXEC);
+}
+
+TEST_F(Writing, DescriptorOfTheCallerKeepsItsFlags) {
+  fill(1);
+  const Descriptor target(open(path().c_str(), O_WRONLY | O_CREAT, 0600));
+  const ScriptedWrite calls(target);
+  EXPECT_TRUE(block.writeBinaryTo(target));
+  EXPECT_EQ(calls.flags, 0);
 }
 
 TEST_F(Writing, FailureBehindAPathKeepsTheFileAndClosesIt) {

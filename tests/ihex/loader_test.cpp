@@ -383,6 +383,15 @@ TEST_F(Loading, PipeIsReadAsItArrivesAndNotBeyondTheEndRecord) {
   expectBlocks(image, {{0, 0, firstTwo}});
 }
 
+TEST_F(Loading, DescriptorIsClosedOnExec) {
+  writeFile(path(), first + end);
+  int flags = 0;
+  ReadLimit limit(1000);
+  limit.observer = [&](int fd) { flags = fcntl(fd, F_GETFD); };
+  EXPECT_TRUE(image.load(path().c_str(), false));
+  EXPECT_EQ(flags, FD_CLOEXEC);
+}
+
 TEST_F(Loading, EmptyFileIsACorruptLine) {
   expectFailure("", tooShort + corrupt(""));
 }

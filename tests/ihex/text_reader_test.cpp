@@ -38,13 +38,17 @@ TEST_F(Reading, TellsWhetherTheFileIsOpen) {
   EXPECT_FALSE(TextReader(folder.path("missing").c_str()).isOpen());
 }
 
-TEST_F(Reading, ClosesItsDescriptor) {
+TEST_F(Reading, ClosesItsDescriptorHereAndOnExec) {
   const char* const name = fileOf("text\n");
   const std::size_t before = openDescriptors();
+  int flags = 0;
   {
+    ReadLimit limit(100);
+    limit.observer = [&](int fd) { flags = fcntl(fd, F_GETFD); };
     TextReader reader(name);
     EXPECT_STREQ(reader.text(), "text\n");
   }
+  EXPECT_EQ(flags, FD_CLOEXEC);
   EXPECT_EQ(openDescriptors(), before);
 }
 
