@@ -123,6 +123,32 @@ class Loading : public testing::Test {
     EXPECT_EQ(capture.transcript(), "");
   }
 
+  // Records without a gap from address 0 on, those under one upper address
+  // after the other in the given order.
+  static std::string tenThousandLines(const std::vector<unsigned>& uppers) {
+    std::string text;
+    for (const unsigned upper : uppers) {
+      text += upperLine(upper);
+      for (unsigned i = upper * 4096; i < std::min((upper + 1) * 4096, 10000U);
+           ++i) {
+        text += dataLine(16 * i % 65536, 16, static_cast<unsigned char>(i));
+      }
+    }
+    return text + end;
+  }
+
+  // How often a load of `text`, which is of 10,000 records and gives three
+  // blocks, allocates.
+  long allocationsOfLoading(const std::string& text) {
+    writeFile(path(), text);
+    const std::string name = path();
+    const AllocationCount count;
+    EXPECT_TRUE(image.load(name.c_str(), false));
+    const long made = count.made();
+    EXPECT_EQ(image.getBlockCount(), 3U);
+    return made;
+  }
+
   TemporaryFolder folder;
   IntelHexFile image;
   std::string transcript;
@@ -520,6 +546,26 @@ TEST_F(Loading, LosesNothingWhereverMemoryRunsOutAmongKeptRecords) {
   }
   writeFile(path(), text + end);
   expectNothingLostWhereverMemoryRunsOut(19);
+}
+
+// The fast way: no string, no record and no set node for a sound line.
+TEST_F(Loading, OfSoundLinesInOrderAllocatesForTheBlocksAlone) {
+  EXPECT_LT(allocationsOfLoading(tenThousandLines({0, 1, 2})), 60);
+}
+
+// Kept records take a few large pieces of memory, not one each.
+TEST_F(Loading, OfSoundLinesInAnyOrderAllocatesInLargePieces) {
+  EXPECT_LT(allocationsOfLoading(tenThousandLines({2, 0, 1})), 80);
+}
+
+// The plain way, without which the two above would say nothing.
+TEST_F(Loading, OfOtherLinesAllocatesForEach) {
+  std::string text = tenThousandLines({0, 1, 2});
+  for (std::size_t feed = text.find('\n'); feed != std::string::npos;
+       feed = text.find('\n', feed + 2)) {
+    text.insert(feed, 1, ' ');
+  }
+  EXPECT_GT(allocationsOfLoading(text), 10000);
 }
 
 TEST_F(Loading, ConstructorLoads) {

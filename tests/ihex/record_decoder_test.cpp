@@ -161,4 +161,25 @@ INSTANTIATE_TEST_SUITE_P(Forms, RecordDecoder,
                            return tested.index == 0 ? "ByDigits" : "InBlocks";
                          });
 
+// Whether a decoder goes by blocks of digits: then it gives up behind those,
+// where it meets a character that is no digit, and leaves the last byte alone.
+bool goesByBlocks(Decoder decode) {
+  std::string text = hexRecord(0, 0, std::vector<unsigned char>(9, 1));
+  text[9] = 'x';
+  unsigned char data[9];
+  data[8] = 0x77;
+  RecordHead head{};
+  EXPECT_EQ(decode(text.data(), head, data), 0U);
+  return data[8] == 0x77;
+}
+
+TEST(RecordDecoders, GoByBlocksWhereThereAreVectors) {
+#if (defined(__SSE2__) || defined(__aarch64__)) && !defined(QORUTIL_NO_VECTORS)
+  EXPECT_TRUE(goesByBlocks(qorutil_internal::decodeRecord));
+#else
+  EXPECT_FALSE(goesByBlocks(qorutil_internal::decodeRecord));
+#endif
+  EXPECT_FALSE(goesByBlocks(qorutil_internal::decodeRecordByDigits));
+}
+
 }  // namespace

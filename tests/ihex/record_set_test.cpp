@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "ihex/expected.h"
+#include "ihex/read_limit.h"
 #include "support/allocation.h"
 #include "support/capture.h"
 #include "support/files.h"
@@ -190,6 +191,32 @@ TEST_F(ParsingAFile, StreamAtItsEndHasNoEndRecord) {
   file.get();
   EXPECT_FALSE(parse());
   EXPECT_EQ(transcript, noEnd);
+}
+
+// What was read of the line before the error does not count, be it all of it.
+TEST_F(ParsingAFile, ReadErrorIsAnEmptyLine) {
+  const std::string text = dataLine(0, {1}) + dataLine(1, {2}) + end;
+  const std::size_t lineLength = dataLine(0, {1}).size();
+  for (const std::size_t position :
+       {std::size_t{0}, lineLength, lineLength + 5, 2 * lineLength - 1,
+        2 * lineLength + 3, 2 * lineLength + 11}) {
+    records.clear();
+    file = std::ifstream();
+    const ReadLimit limit(position);
+    openText(text);
+    EXPECT_FALSE(parse()) << position;
+    EXPECT_EQ(transcript, tooShort + corrupt("")) << position;
+    EXPECT_EQ(records.size(), position / lineLength) << position;
+    EXPECT_TRUE(file.bad());
+  }
+}
+
+TEST_F(ParsingAFile, StreamThatIsBadAlreadyGivesAnEmptyLine) {
+  openText(dataLine(0, {1}) + end);
+  file.setstate(std::ios_base::badbit);
+  EXPECT_FALSE(parse());
+  EXPECT_EQ(transcript, tooShort + corrupt(""));
+  EXPECT_TRUE(records.empty());
 }
 
 TEST_F(ParsingAFile, StreamThatIsNotOpenGivesAnEmptyLine) {

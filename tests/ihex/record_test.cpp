@@ -2,7 +2,10 @@
 
 #include "qorutil/intelhex.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <new>
 #include <set>
@@ -11,10 +14,44 @@
 #include <type_traits>
 #include <vector>
 
+#include <dlfcn.h>
+
 #include <gtest/gtest.h>
 
 #include "support/allocation.h"
 #include "support/capture.h"
+
+namespace {
+
+// How often strtol was called.
+long conversions = 0;
+
+using Strtol = long (*)(const char*, char**, int);
+
+const Strtol libcStrtol = [] {
+  void* const symbol = dlsym(RTLD_NEXT, "strtol");
+  Strtol function = nullptr;
+  std::memcpy(&function, &symbol, sizeof function);
+  return function;
+}();
+
+}  // namespace
+
+// They win over those of libc, for the library too; newer headers of glibc give
+// the function the second name.
+extern "C" long countedStrtol(const char* text, char** end,
+                              int base) __asm__("strtol");
+extern "C" long countedNewStrtol(const char* text, char** end,
+                                 int base) __asm__("__isoc23_strtol");
+
+long countedStrtol(const char* text, char** end, int base) {
+  ++conversions;
+  return libcStrtol(text, end, base);
+}
+
+long countedNewStrtol(const char* text, char** end, int base) {
+  return countedStrtol(text, end, base);
+}
 
 namespace {
 
@@ -269,6 +306,50 @@ TEST(ParseLine, ThrowsWhereALineOfEvenLengthEndsInsideTheData) {
     EXPECT_EQ(capture.transcript(), nothing) << text;
     EXPECT_EQ(line.find_first_of(" \r"), std::string::npos) << text;
   }
+}
+
+// A data byte begins beyond the end: the length is even and below 7 + 2 x
+// count.
+TEST(ParseLine, ThrowsForExactlyTheLinesInWhichADataByteBeginsBeyondTheEnd) {
+  constexpr char digits[] = "0123456789ABCDEF";
+  const Capture capture;
+  for (std::size_t count = 0; count < 256; ++count) {
+    for (std::size_t length = 11; length < 14 + 2 * count; ++length) {
+      std::string line = ":..000100";
+      line[1] = digits[count / 16];
+      line[2] = digits[count % 16];
+      line.resize(length, '0');
+      bool thrown = false;
+      try {
+        Record record;
+        IntelHexFile().parseLine(line, record);
+      } catch (const std::out_of_range&) {
+        thrown = true;
+      }
+      ASSERT_EQ(thrown, length % 2 == 0 && length < 7 + 2 * count) << line;
+    }
+  }
+}
+
+// How often parseLine() calls strtol for `text`.
+long conversionsOf(const std::string& text) {
+  const long before = conversions;
+  parse(text);
+  return conversions - before;
+}
+
+TEST(ParseLine, ConvertsNoFieldOfASoundLine) {
+  EXPECT_EQ(conversionsOf(":0400000001020304F2"), 0);
+  EXPECT_EQ(conversionsOf(":0400000001020304F2\r"), 0);
+  EXPECT_EQ(conversionsOf(":020000040001f9"), 0);
+}
+
+// Head, data, and all bytes once more for their sum.
+TEST(ParseLine, ConvertsTheFieldsOfAnyOtherLine) {
+  EXPECT_EQ(conversionsOf(" :0400000001020304F2"), 3 + 4 + 9);
+  EXPECT_EQ(conversionsOf(":0400000001020304F3"), 3 + 4 + 9);
+  EXPECT_EQ(conversionsOf(":0400000001020304"), 3 + 4);
+  EXPECT_EQ(conversionsOf(":00000001FF"), 3 + 5);
 }
 
 TEST(ParseLine, ReadsTheLongestRecord) {
