@@ -137,8 +137,9 @@ class QORUTIL_EXPORT IntelHexFile {
   /// dropped: failure shows in hasData() and in the messages alone.
   IntelHexFile(const char* path, bool singleBlock);
 
-  /// Replaces the blocks by deep copies of those of `other`. When memory runs
-  /// out, std::bad_alloc is thrown and the image is as it was.
+  /// Replaces the blocks by deep copies of those of `other`, also where that is
+  /// the image itself. When memory runs out, std::bad_alloc is thrown and the
+  /// image is as it was.
   IntelHexFile& operator=(const IntelHexFile& other);
 
   /// Deletes the blocks and takes those of `other`, which becomes empty.
@@ -151,7 +152,8 @@ class QORUTIL_EXPORT IntelHexFile {
   /// ascending order of address.
   ///
   /// With `singleBlock` the whole file becomes one block, its holes filled with
-  /// 0xFF; all records must then share one upper address. Without it each
+  /// 0xFF; all records must then share one upper address, and none may end
+  /// beyond the end of the one with the highest address. Without it each
   /// longest run of exactly adjacent records under one upper address becomes a
   /// block of its own, so data that crosses a multiple of 64 KiB becomes two
   /// blocks. Where two records have the same address, the first in the file is
@@ -161,15 +163,18 @@ class QORUTIL_EXPORT IntelHexFile {
   /// Failure: returns false and leaves the image unchanged. The first bad line
   /// ends the load, and the reason is on std::cerr, in a line that begins with
   /// `#ERROR: `. What precedes it on std::cout is told by parseLine() and, for
-  /// a record of a type that is not supported, parseHexFile(). A line of an
-  /// even length that is shorter than its byte count throws std::out_of_range;
-  /// that exception, like std::bad_alloc, also leaves the image unchanged.
+  /// a record of a type that is not supported or a missing end record,
+  /// parseHexFile(). A line throws std::out_of_range when one of its data bytes
+  /// begins beyond its end, as parseLine() tells; that exception, like
+  /// std::bad_alloc, also leaves the image unchanged.
   ///
   /// Ownership: the image owns the new blocks; pointers from operator[] stay
-  /// valid until clear() or destruction.
+  /// valid until clear(), an assignment to the image or its destruction. A move
+  /// takes the blocks, and with them their pointers, to the other image.
   bool load(const char* path, bool singleBlock);
 
-  /// Returns the block at position `id`, which the image goes on owning.
+  /// Returns the block at position `id`, which the image goes on owning: until
+  /// clear(), an assignment to the image or its destruction.
   ///
   /// Failure: throws the text `IntelHexFile::operator[](size_t id): id outside
   /// of range!` as a `const char*` when there is no such block.
@@ -200,13 +205,14 @@ class QORUTIL_EXPORT IntelHexFile {
   ///
   /// Failure: type 0xFF, with a line on std::cout (`…: hexline to short`,
   /// `…: second unexpected end of line` and a line with the expected and the
-  /// actual length) or on std::cerr (`#ERROR: checksum error.`). A line whose
-  /// text ends with a data byte, one that begins with
+  /// actual length) or on std::cerr (`#ERROR: checksum error.`). A line without
+  /// a start code is told as too short as well, however long it is. A line
+  /// whose text ends with a data byte, one that begins with
   /// `:00000000`, and one with a negative byte count are rejected without a
   /// message. A record without data gets the warning `#ERROR:
-  /// line.data.size() is zero` on std::cerr and is read all the same. A line
-  /// of even length that is shorter than its byte count throws
-  /// std::out_of_range.
+  /// line.data.size() is zero` on std::cerr and is read all the same. Where a
+  /// data byte begins beyond the end of the line, std::out_of_range is thrown:
+  /// the length, after the clean-up, is even and below 7 + 2 * the byte count.
   ///
   ///     std::string text = " :0400100001020304E2\r";
   ///     IntelHexFile::hexfileline_t line;
@@ -223,8 +229,10 @@ class QORUTIL_EXPORT IntelHexFile {
   ///
   /// Failure: returns false, with a line on std::cerr; `lines` then holds the
   /// records read so far. For a record of an unsupported type the cleaned-up
-  /// line goes to std::cout as well; the message has the type in decimal.
-  /// Throws what parseLine() throws.
+  /// line goes to std::cout as well; the message has the type in decimal. A
+  /// missing end record is told as such where the last line has no newline;
+  /// behind a newline it is an empty line, which is too short and corrupt, and
+  /// so is what a read error leaves. Throws what parseLine() throws.
   bool parseHexFile(std::ifstream& file, std::set<hexfileline_t>& lines);
 
   /// Builds one block from the records in [`first`, `last`) and appends it.
