@@ -198,14 +198,14 @@ TEST_F(ParsingAFile, ReadErrorIsAnEmptyLine) {
   const std::string text = dataLine(0, {1}) + dataLine(1, {2}) + end;
   const std::size_t lineLength = dataLine(0, {1}).size();
   for (const std::size_t position :
-       {std::size_t{0}, lineLength, lineLength + 5, 2 * lineLength - 1,
-        2 * lineLength + 3, 2 * lineLength + 11}) {
+       {2 * lineLength + 11, 2 * lineLength + 3, std::size_t{0}, lineLength,
+        lineLength + 5, 2 * lineLength - 1}) {
     records.clear();
     file = std::ifstream();
     const ReadLimit limit(position);
     openText(text);
-    EXPECT_FALSE(parse()) << position;
-    EXPECT_EQ(transcript, tooShort + corrupt("")) << position;
+    ASSERT_FALSE(parse()) << position;
+    ASSERT_EQ(transcript, tooShort + corrupt("")) << position;
     EXPECT_EQ(records.size(), position / lineLength) << position;
     EXPECT_TRUE(file.bad());
   }
