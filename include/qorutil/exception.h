@@ -17,11 +17,14 @@
 ///
 /// It is an output string stream: whoever throws it, or catches it by
 /// reference, may insert more text, and addError() appends system errors. Like
-/// every stream it cannot be copied.
+/// every stream it can be moved and not copied, so a local one can be thrown,
+/// inside the function or the `try` block that it is local to.
 ///
-///     QorException failure(ENOENT, "config");
-///     failure << " while starting";
-///     failure.what();  // "config: No such file or directory while starting"
+///     void readSettings() {
+///       QorException failure(ENOENT, "settings");
+///       failure << " while starting";
+///       throw failure;
+///     }  // what(): "settings: No such file or directory while starting"
 class QORUTIL_EXPORT QorException : public std::exception,
                                     public std::ostringstream {
  public:
@@ -29,6 +32,17 @@ class QORUTIL_EXPORT QorException : public std::exception,
   /// `errnum` unless that is 0. `text` must not be null. When memory runs out
   /// the process ends, as it does for a null text.
   QorException(int errnum, const char* text) noexcept;
+
+  /// Takes over message, error number, format and state of `other`, and inserts
+  /// at the end of the message as `other` did. `other` keeps what its what()
+  /// has returned and has an empty message from then on.
+  QorException(QorException&& other) noexcept;
+
+  /// Exceptions are not copied: catch them by reference.
+  QorException(const QorException&) = delete;
+
+  /// Exceptions are not assigned.
+  QorException& operator=(const QorException&) = delete;
 
   /// Virtual: an exception may be deleted through either base.
   ~QorException() override;
@@ -40,6 +54,10 @@ class QORUTIL_EXPORT QorException : public std::exception,
   /// Returns the message as it is now. The text is valid until the next call
   /// of what() on this object, or until its end. When memory runs out the
   /// process ends.
+  ///
+  /// Although const it keeps the text in the object, so two threads may not
+  /// call it on one exception at the same time, as with a shared
+  /// std::exception_ptr. The printer below keeps nothing.
   const char* what() const noexcept override;
 
   /// Returns the error number given to the constructor; 0 means none.

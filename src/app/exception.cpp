@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <ostream>
+#include <utility>
 
 QorException::QorException(int errnum, const char* text) noexcept
     : std::ostringstream(text, std::ios_base::out | std::ios_base::ate),
@@ -15,6 +16,12 @@ QorException::QorException(int errnum, const char* text) noexcept
     std::terminate();
   }
 }
+
+// The text that what() has returned stays with the object that returned it.
+QorException::QorException(QorException&& other) noexcept
+    : std::exception(other),
+      std::ostringstream(std::move(static_cast<std::ostringstream&>(other))),
+      errorNumber(other.errorNumber) {}
 
 QorException::~QorException() = default;
 

@@ -2,6 +2,7 @@
 
 #include "qorutil/exception.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
@@ -15,10 +16,12 @@
 #include <sstream>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include <gtest/gtest.h>
 
 #include "support/capture.h"
+#include "support/digit_grouping.h"
 
 namespace {
 
@@ -279,7 +282,9 @@ TEST(QorExceptionType, IsAnExceptionFirstAndAStringStreamSecond) {
   static_assert(std::has_virtual_destructor_v<QorException>);
   static_assert(
       std::is_nothrow_constructible_v<QorException, int, const char*>);
+  static_assert(std::is_nothrow_move_constructible_v<QorException>);
   static_assert(!std::is_copy_constructible_v<QorException>);
+  static_assert(!std::is_move_assignable_v<QorException>);
   static_assert(!std::is_copy_assignable_v<QorException>);
   static_assert(noexcept(std::declval<const QorException&>().what()));
   const QorException exception(0, "abc");
@@ -345,6 +350,115 @@ TEST(QorExceptionType, TravelsInAnExceptionPointer) {
     kept = std::current_exception();
   }
   EXPECT_THROW(std::rethrow_exception(kept), QorException);
+}
+
+// As the header shows it.
+[[noreturn]] void readSettings() {
+  QorException failure(ENOENT, "settings");
+  failure << " while starting";
+  throw failure;
+}
+
+TEST(QorExceptionMove, LetsALocalOneBeThrown) {
+  try {
+    readSettings();
+  } catch (QorException& caught) {
+    EXPECT_EQ(caught.getErrorNumber(), 2);
+    EXPECT_STREQ(caught.what(),
+                 "settings: No such file or directory while starting");
+    caught << ", port " << 3;
+    caught.addError(5);
+    EXPECT_STREQ(caught.what(),
+                 "settings: No such file or directory while starting, port 3: "
+                 "Input/output error");
+  }
+}
+
+// Short and long texts are moved in different ways.
+TEST(QorExceptionMove, TakesTheTextAndGoesOnAtItsEnd) {
+  for (const std::size_t length : {0U, 1U, 15U, 16U, 511U, 512U, 10000U}) {
+    const std::string text(length, 'x');
+    QorException from(0, text.c_str());
+    QorException exception(std::move(from));
+    EXPECT_EQ(exception.what(), text);
+    EXPECT_EQ(printed(exception), text);
+    EXPECT_EQ(exception.tellp(), std::streampos(std::streamoff(length)));
+    exception << "yz";
+    EXPECT_EQ(exception.what(), text + "yz");
+  }
+}
+
+TEST(QorExceptionMove, InsertsWhereTheOtherOneWouldHave) {
+  QorException from(0, "abcdef");
+  from.seekp(2);
+  QorException exception(std::move(from));
+  exception << "XY";
+  EXPECT_STREQ(exception.what(), "abXYef");
+}
+
+TEST(QorExceptionMove, TakesErrorNumberFormatAndState) {
+  QorException from(5, "abc");
+  from << std::hex << std::showbase << std::setfill('.') << std::setprecision(3)
+       << std::setw(6);
+  from.imbue(digitGroupingLocale("\3"));
+  from.exceptions(std::ios_base::eofbit);
+  const std::ios_base::fmtflags flags = from.flags();
+  QorException exception(std::move(from));
+  EXPECT_EQ(exception.getErrorNumber(), 5);
+  EXPECT_EQ(exception.flags(), flags);
+  EXPECT_EQ(exception.fill(), '.');
+  EXPECT_EQ(exception.precision(), 3);
+  EXPECT_EQ(exception.width(), 6);
+  EXPECT_EQ(exception.exceptions(), std::ios_base::eofbit);
+  exception << 255 << std::dec << ' ' << 12345;
+  EXPECT_STREQ(exception.what(), "abc: Input/output error..0xff 12,345");
+}
+
+TEST(QorExceptionMove, KeepsABadStreamBad) {
+  QorException from(0, "abc");
+  from << static_cast<const char*>(nullptr);
+  QorException exception(std::move(from));
+  EXPECT_EQ(exception.rdstate(), std::ios_base::badbit);
+  exception << "def";
+  EXPECT_STREQ(exception.what(), "abc");
+}
+
+TEST(QorExceptionMove, GivesTheNewStreamItsOwnBuffer) {
+  QorException from(0, "abc");
+  QorException exception(std::move(from));
+  std::ostringstream& stream = exception;
+  const std::ios& base = exception;
+  EXPECT_EQ(base.rdbuf(), stream.rdbuf());
+  base.rdbuf()->sputc('d');
+  EXPECT_STREQ(exception.what(), "abcd");
+}
+
+TEST(QorExceptionMove, LeavesTheOtherOneEmptyWithItsNumberAndItsWhat) {
+  for (const char* const text :
+       {"short", "a text that no small buffer holds"}) {
+    QorException from(0, text);
+    const char* const before = from.what();
+    const QorException exception(std::move(from));
+    // NOLINTBEGIN(bugprone-use-after-move): that is what it is about
+    EXPECT_STREQ(before, text);
+    EXPECT_EQ(printed(from), "");
+    EXPECT_EQ(from.getErrorNumber(), 0);
+    EXPECT_TRUE(from.good());
+    from << "again";
+    EXPECT_STREQ(from.what(), "again");
+    // NOLINTEND(bugprone-use-after-move)
+    EXPECT_STREQ(exception.what(), text);
+  }
+}
+
+TEST(QorExceptionMove, NeedsNoMemory) {
+  QorException from(2, "a text that no small buffer holds");
+  from.what();
+  const std::string expected = printed(from);
+  memoryIsExhausted = true;
+  QorException exception(std::move(from));
+  memoryIsExhausted = false;
+  EXPECT_EQ(exception.what(), expected);
 }
 
 template <class Base>

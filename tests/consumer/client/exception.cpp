@@ -15,6 +15,8 @@ static_assert(std::is_base_of_v<std::exception, QorException> &&
               std::has_virtual_destructor_v<QorException> &&
               !std::is_copy_constructible_v<QorException>);
 static_assert(std::is_nothrow_constructible_v<QorException, int, const char*>);
+static_assert(std::is_nothrow_move_constructible_v<QorException> &&
+              !std::is_move_assignable_v<QorException>);
 static_assert(has<void (QorException::*)(int)>(&QorException::addError));
 static_assert(
     has<const char* (QorException::*)() const noexcept>(&QorException::what));
@@ -35,7 +37,9 @@ bool usesException() {
     os << exception << '|' << std::strlen(exception.what()) << '|'
        << exception.getErrorNumber() << '|' << QorSimpleException{5, "simple"}
        << '|';
-    throw QorException(0, "thrown");
+    QorException thrown(0, "thr");
+    thrown << "own";
+    throw thrown;
   } catch (const std::exception& caught) {
     os << caught.what();
     return typeid(caught) == typeid(QorException) &&
