@@ -13,6 +13,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "app/plain_scheduler.h"
+
 #ifdef HAVE_libuv
 #include <uv.h>
 #endif
@@ -28,42 +30,84 @@ using std::chrono::nanoseconds;
 // A time at which all jobs are overdue, however long the benchmark runs.
 const Clock::time_point longAfter = Clock::time_point::max();
 
+// An end that has passed: run() sets the due times and returns.
+const Clock::time_point longBefore(nanoseconds(1));
+
 int jobCount(const benchmark::State& state) {
   return static_cast<int>(state.range(0));
 }
 
 // Batches of all jobs: they are due together, and all are overdue.
-void BM_runNext_together(benchmark::State& state) {
-  JobScheduler scheduler;
+template <class Scheduler>
+void runTogether(benchmark::State& state) {
+  Scheduler scheduler;
   for (int i = 0; i < jobCount(state); ++i) {
     scheduler.add(nanoseconds(1), nanoseconds(0), [] {});
   }
-  scheduler.run(Clock::time_point(nanoseconds(1)));  // sets the due times
+  scheduler.run(longBefore);  // sets the due times
   for (auto _ : state) {
     scheduler.runNext(longAfter);
   }
   state.SetItemsProcessed(state.iterations() * jobCount(state));
 }
 
-BENCHMARK(BM_runNext_together)->Arg(10)->Arg(100);
-
 // Batches of one job: all are overdue, each since a time of its own. The time
-// is that of a round in which every job runs once, as for the peers.
-void BM_runNext_staggered(benchmark::State& state) {
-  JobScheduler scheduler;
+// is that of a round in which every job runs once, as for the peers, and of a
+// hundred jobs where there are more.
+template <class Scheduler>
+void runStaggered(benchmark::State& state) {
+  Scheduler scheduler;
   for (int i = 0; i < jobCount(state); ++i) {
     scheduler.add(nanoseconds(jobCount(state)), nanoseconds(i), [] {});
   }
-  scheduler.run(Clock::time_point(nanoseconds(1)));
+  scheduler.run(longBefore);
+  scheduler.runNext(longAfter);  // whatever the first call prepares
+  const int batches = std::min(jobCount(state), 100);
   for (auto _ : state) {
-    for (int i = 0; i < jobCount(state); ++i) {
+    for (int i = 0; i < batches; ++i) {
       scheduler.runNext(longAfter);
     }
   }
-  state.SetItemsProcessed(state.iterations() * jobCount(state));
+  state.SetItemsProcessed(state.iterations() * batches);
 }
 
-BENCHMARK(BM_runNext_staggered)->Arg(10)->Arg(100);
+// A batch of all jobs, each of another period, and the batch of one behind it.
+// The periods ascend, descend and mix.
+template <class Scheduler>
+void runBurst(benchmark::State& state) {
+  Scheduler scheduler;
+  const int count = jobCount(state);
+  for (int i = 0; i < count; ++i) {
+    const std::int64_t period =
+        i % 3 == 0 ? i : (i % 3 == 1 ? count - i : i * 7919LL % count);
+    scheduler.add(nanoseconds(1000 + 3 * period + i % 3), nanoseconds(0),
+                  [] {});
+  }
+  for (auto _ : state) {
+    scheduler.run(longBefore);
+    scheduler.runNext(longAfter);
+    scheduler.runNext(longAfter);
+  }
+  state.SetItemsProcessed(state.iterations() * count);
+}
+
+#define SCHEDULER_BENCHMARK(function, name) \
+  BENCHMARK(function<JobScheduler>)         \
+      ->Name("BM_" name)                    \
+      ->Arg(10)                             \
+      ->RangeMultiplier(10)                 \
+      ->Range(100, 100000);                 \
+  BENCHMARK(function<PlainScheduler>)       \
+      ->Name("BM_" name "_plain")           \
+      ->Arg(10)                             \
+      ->RangeMultiplier(10)                 \
+      ->Range(100, 100000)
+
+SCHEDULER_BENCHMARK(runTogether, "runNext_together");
+SCHEDULER_BENCHMARK(runStaggered, "runNext_staggered");
+SCHEDULER_BENCHMARK(runBurst, "runNext_burst");
+
+#undef SCHEDULER_BENCHMARK
 
 // How late a job of 1 ms runs, as median and as mean of the worst tenth.
 void setLateness(benchmark::State& state, std::vector<double>& lateness) {
@@ -84,7 +128,7 @@ void BM_lateness(benchmark::State& state) {
     const nanoseconds late = Clock::now() - scheduler.getJobs().front().next;
     lateness.push_back(static_cast<double>(late.count()));
   });
-  scheduler.run(Clock::time_point(nanoseconds(1)));
+  scheduler.run(longBefore);
   for (auto _ : state) {
     scheduler.runNext(Clock::now());
   }

@@ -118,7 +118,8 @@ class QORUTIL_EXPORT JobScheduler {
   /// no memory once it has been called with the jobs there are.
   ///
   /// Failure: as for run(). Without jobs, throws `QorException(14, "run queue
-  /// must never be empty")`.
+  /// must never be empty")`; when called from a job of this scheduler,
+  /// `QorException(EBUSY, "scheduler is already running")`.
   ///
   ///     using Clock = std::chrono::steady_clock;
   ///     const Clock::time_point past(std::chrono::nanoseconds(1));
@@ -130,20 +131,31 @@ class QORUTIL_EXPORT JobScheduler {
  private:
   class Running;
 
-  void setDueTimes();
-  void sortQueue();
-  std::size_t batchSize() const;
-  void requeue(std::size_t batch);
+  void restart(const std::chrono::steady_clock::time_point& now);
+  bool isBurst() const;
+  void searchJobs();
+  void findBatch();
+  bool appendBatch();
+  void mergeBatch();
+  void sortJobs();
+  void putBatchBack();
   void runBatch(const std::chrono::steady_clock::time_point& now);
 
   std::chrono::steady_clock::time_point start{};
   std::vector<Job> jobs;
   double timeScale{1.0};
   std::size_t maxRunQueue{0};
-  // All jobs, those due first in front, in the order of `jobs` among equals; as
-  // long as `sorted` says so.
+  // The batch, from `firstDue` on, in the order of `jobs`. As long as `sorted`
+  // says so the other jobs follow, those due first in front.
   std::vector<std::vector<Job>::iterator> runQueue;
+  std::size_t firstDue{0};
+  std::size_t batchSize{0};
   bool sorted{false};
+  // While a batch runs, and when an exception has ended it.
+  bool unfinished{false};
+  std::vector<std::vector<Job>::iterator> moving;  // while a batch is merged
+  // How often all jobs were looked at since they were last sorted.
+  std::size_t searches{0};
   bool running{false};
 };
 
@@ -154,6 +166,10 @@ class QORUTIL_EXPORT JobScheduler {
 /// `skipws` is cleared, " ns". The due time is the time of day of its count, as
 /// the `timespec` printer writes it; with `scientific` set it is a count like
 /// the others. A pending field width applies to the opening parenthesis.
+///
+/// On a stream whose locale groups digits the counts and the fraction of the
+/// due time are grouped ("00:00:05.004.200"); for plain digits imbue
+/// std::locale::classic().
 ///
 ///     os << job;                   // "(1000,0,00:00:05.000000000)"
 ///     os << std::showbase << job;  // "(1000ns,0ns,00:00:05.000000000)"

@@ -57,6 +57,11 @@ bool isBefore(JobIterator job, JobIterator other) {
   return job->next != other->next ? job->next < other->next : job < other;
 }
 
+// Tells whether the end that run() was given has come before `now`.
+bool hasPassed(const Clock::time_point& until, const Clock::time_point& now) {
+  return until.time_since_epoch().count() != 0 && until < now;
+}
+
 void sleepUntil(Clock::time_point due) {
   const Clock::time_point now = Clock::now();
   if (now < due) {
@@ -147,14 +152,9 @@ Clock::time_point JobScheduler::getStart() const {
 void JobScheduler::run(const Clock::time_point& until) {
   const Running mark(*this);
   Clock::time_point now = Clock::now();
-  start = now;
-  setDueTimes();
-  maxRunQueue = 0;
-  if (jobs.empty()) {
-    return;
-  }
+  restart(now);
   // Each time anew: a job may move what the caller has passed.
-  while (until.time_since_epoch().count() == 0 || until >= now) {
+  while (!jobs.empty() && !hasPassed(until, now)) {
     runBatch(now);
     now = Clock::now();
   }
@@ -165,7 +165,9 @@ void JobScheduler::runNext(const Clock::time_point& now) {
   runBatch(now);
 }
 
-void JobScheduler::setDueTimes() {
+void JobScheduler::restart(const Clock::time_point& now) {
+  start = now;
+  maxRunQueue = 0;
   sorted = false;
   for (Job& job : jobs) {
     if (timeScale > 1.0) {
@@ -176,41 +178,100 @@ void JobScheduler::setDueTimes() {
   }
 }
 
-void JobScheduler::sortQueue() {
+// Tells whether the batch is so large that bringing its jobs to their new
+// places one by one costs more than looking at every job.
+bool JobScheduler::isBurst() const {
+  return batchSize > std::max<std::size_t>(8, jobs.size() / 16);
+}
+
+// The plain way to the batch: looks at every job.
+void JobScheduler::searchJobs() {
   runQueue.clear();
-  runQueue.reserve(jobs.size());
+  for (auto job = jobs.begin(); job != jobs.end(); ++job) {
+    if (runQueue.empty() || job->next < runQueue.front()->next) {
+      runQueue.assign(1, job);
+    } else if (job->next == runQueue.front()->next) {
+      runQueue.push_back(job);
+    }
+  }
+  firstDue = 0;
+  batchSize = runQueue.size();
+  ++searches;
+}
+
+void JobScheduler::findBatch() {
+  if (!sorted || unfinished) {
+    sorted = false;
+    runQueue.reserve(2 * jobs.size());
+    moving.reserve(jobs.size());
+    searchJobs();
+    return;
+  }
+  const Clock::time_point due = runQueue[firstDue]->next;
+  std::size_t end = firstDue + 1;
+  while (end < runQueue.size() && runQueue[end]->next == due) {
+    ++end;
+  }
+  batchSize = end - firstDue;
+}
+
+// Puts the batch behind all the other jobs, if it belongs there as it is. So do
+// jobs of one period, and nothing is moved for them but now and then.
+bool JobScheduler::appendBatch() {
+  const auto begin = runQueue.begin() + static_cast<std::ptrdiff_t>(firstDue);
+  const auto end = begin + static_cast<std::ptrdiff_t>(batchSize);
+  if ((end != runQueue.end() && isBefore(*begin, runQueue.back())) ||
+      !std::is_sorted(begin, end, isBefore)) {
+    return false;
+  }
+  if (runQueue.size() + batchSize > runQueue.capacity()) {
+    runQueue.erase(runQueue.begin(), begin);
+    firstDue = 0;
+  }
+  for (const std::size_t behind = firstDue + batchSize; firstDue < behind;
+       ++firstDue) {
+    runQueue.push_back(runQueue[firstDue]);
+  }
+  return true;
+}
+
+// Puts each job of the batch in its place among the others. What lies between
+// two of them is moved as a whole.
+void JobScheduler::mergeBatch() {
+  auto place = runQueue.begin() + static_cast<std::ptrdiff_t>(firstDue);
+  auto rest = place + static_cast<std::ptrdiff_t>(batchSize);
+  moving.assign(place, rest);
+  std::sort(moving.begin(), moving.end(), isBefore);
+  for (const JobIterator job : moving) {
+    const auto later = std::lower_bound(rest, runQueue.end(), job, isBefore);
+    place = std::move(rest, later, place);
+    *place++ = job;
+    rest = later;
+  }
+}
+
+void JobScheduler::sortJobs() {
+  runQueue.clear();
   for (auto job = jobs.begin(); job != jobs.end(); ++job) {
     runQueue.push_back(job);
   }
   std::sort(runQueue.begin(), runQueue.end(), isBefore);
+  firstDue = 0;
+  sorted = true;
+  searches = 0;
 }
 
-// The number of jobs due together with the first one.
-std::size_t JobScheduler::batchSize() const {
-  std::size_t size = 1;
-  while (size < runQueue.size() &&
-         runQueue[size]->next == runQueue.front()->next) {
-    ++size;
-  }
-  return size;
-}
-
-// Brings the first `batch` jobs, which have run, to their new places. The last
-// one goes first, so that what lies behind a job is always in order.
-void JobScheduler::requeue(std::size_t batch) {
-  auto place = runQueue.begin() + static_cast<std::ptrdiff_t>(batch);
-  while (place != runQueue.begin()) {
-    const auto rest = place--;
-    if (rest == runQueue.end() || isBefore(*place, *rest)) {
-      continue;
-    }
-    const auto job = *place;
-    // Jobs of one period go straight to the end.
-    const auto end =
-        isBefore(runQueue.back(), job)
-            ? runQueue.end()
-            : std::lower_bound(rest, runQueue.end(), job, isBefore);
-    *std::move(rest, end, place) = job;
+// Jobs that are due in small batches are kept in order. That is given up when a
+// burst is out of order, and taken up again when looking at every job has cost
+// about as much as sorting them.
+void JobScheduler::putBatchBack() {
+  constexpr std::size_t searchesPerSort = 16;
+  if (isBurst()) {
+    sorted = false;
+  } else if (sorted) {
+    mergeBatch();
+  } else if (searches >= searchesPerSort) {
+    sortJobs();
   }
 }
 
@@ -218,24 +279,23 @@ void JobScheduler::runBatch(const Clock::time_point& now) {
   if (jobs.empty()) {
     throw QorException(EFAULT, "run queue must never be empty");
   }
-  if (!sorted) {
-    sortQueue();
-  }
-  const std::size_t batch = batchSize();
-  maxRunQueue = std::max(maxRunQueue, batch);
+  findBatch();
+  maxRunQueue = std::max(maxRunQueue, batchSize);
 
-  const Clock::time_point due = runQueue.front()->next;
+  const Clock::time_point due = runQueue[firstDue]->next;
   if (due > now) {
     sleepUntil(due);
   }
-  sorted = false;  // until all have run: an exception may end the batch
-  for (std::size_t i = 0; i < batch; ++i) {
-    Job& job = *runQueue[i];
+  unfinished = true;
+  for (std::size_t i = 0; i < batchSize; ++i) {
+    Job& job = *runQueue[firstDue + i];
     job.func();
     job.next = later(job.next, job.period);
   }
-  requeue(batch);
-  sorted = true;
+  unfinished = false;
+  if (!sorted || !appendBatch()) {
+    putBatchBack();
+  }
 }
 
 std::ostream& operator<<(std::ostream& os, const JobScheduler::Job& job) {

@@ -26,6 +26,7 @@
 
 #include <gtest/gtest.h>
 
+#include "app/plain_scheduler.h"
 #include "support/capture.h"
 
 namespace {
@@ -438,6 +439,24 @@ TEST_F(SchedulerRunNext, AllocatesNothingAfterTheFirstCall) {
   EXPECT_GT(runs, 5000);
 }
 
+TEST_F(SchedulerRunNext, AllocatesNothingInBurstsEither) {
+  JobScheduler scheduler;
+  for (int i = 1; i <= 500; ++i) {
+    scheduler.add(nanoseconds(1000 + i * 7919 % 500 * (i % 4)),
+                  nanoseconds(i % 2), [] {});
+  }
+  scheduler.run(at(1));
+  scheduler.runNext(Clock::time_point::max());
+  const long before = allocations;
+  for (int i = 0; i < 5000; ++i) {
+    if (i % 500 == 0) {
+      scheduler.run(at(1));
+    }
+    scheduler.runNext(Clock::time_point::max());
+  }
+  EXPECT_EQ(allocations, before);
+}
+
 TEST_F(SchedulerRunNext, DueTimesStayAtTheEndsOfTheRange) {
   JobScheduler scheduler;
   scheduler.add(nanoseconds::max(), nanoseconds(0), logs("once"))
@@ -827,96 +846,110 @@ TEST(JobPrinter, PendingWidthAppliesToTheParenthesis) {
   EXPECT_EQ(os.width(), 0);
 }
 
-// The batches once more, as plainly as they can be said: a search through all
-// jobs each time.
-class PlainScheduler {
+// What a scheduler of the type `Scheduler` does with jobs, calls and failures
+// that come from `seed`, as text.
+template <class Scheduler>
+class RandomRun {
  public:
-  struct PlainJob {
-    std::int64_t period;
-    std::int64_t next;
-  };
+  explicit RandomRun(unsigned seed) : random(seed) {}
 
-  std::vector<PlainJob> jobs;
-
-  // Runs the next batch; `func` gets the number of each job.
-  template <class Func>
-  void runNext(Func func) {
-    std::int64_t due = jobs.front().next;
-    for (const PlainJob& job : jobs) {
-      due = std::min(due, job.next);
-    }
-    std::vector<std::size_t> batch;
-    for (std::size_t i = 0; i < jobs.size(); ++i) {
-      if (jobs[i].next == due) {
-        batch.push_back(i);
+  std::string trace() {
+    platform.now = 1000;
+    addJobs(below(2) == 0 ? 12 : 200);
+    restart();
+    const std::int64_t calls = 100 + below(200);
+    for (std::int64_t i = 0; i < calls; ++i) {
+      runNext();
+      platform.now += below(10);
+      if (below(100) == 0) {
+        restart();
+      }
+      if (below(100) == 0) {
+        addJobs(3);  // due at the clock's epoch until they have run
       }
     }
-    for (const std::size_t i : batch) {
-      func(i);
-      jobs[i].next += jobs[i].period;
+    return log;
+  }
+
+ private:
+  std::int64_t below(std::int64_t limit) {
+    return static_cast<std::int64_t>(random() % static_cast<unsigned>(limit));
+  }
+
+  // Times in one of these manners, so that there are batches of all sizes, in
+  // order and out of order, and jobs that fall behind or run backwards.
+  std::int64_t anyTime(std::int64_t manner) {
+    switch (manner) {
+      case 0:
+        return 5;
+      case 1:
+        return below(8) - 1;
+      case 2:
+        return 20 + below(400);
+      default:
+        return below(2) == 0 ? 10 : 20 + below(3);
     }
   }
-};
 
-// What the jobs do: they log their number, and now and then one fails. With the
-// same seed and in the same order they do the same.
-class RandomWork {
- public:
-  explicit RandomWork(unsigned seed) : random(seed) {}
+  // A time at the ends of the range, now and then.
+  std::int64_t orExtreme(std::int64_t time) {
+    using Limits = std::numeric_limits<std::int64_t>;
+    if (!extremes || below(20) != 0) {
+      return time;
+    }
+    return below(4) == 0 ? Limits::min() + below(3) : Limits::max() - below(3);
+  }
 
-  void operator()(std::size_t job) {
+  void addJobs(std::int64_t limit) {
+    for (std::int64_t i = below(limit); i >= 0; --i) {
+      const std::int64_t period = orExtreme(anyTime(periods));
+      const std::int64_t offset = orExtreme(anyTime(offsets));
+      const std::size_t number = scheduler.getJobs().size();
+      scheduler.add(nanoseconds(period), nanoseconds(offset),
+                    [this, number] { work(number); });
+    }
+  }
+
+  void work(std::size_t job) {
     log += std::to_string(job) + ' ';
-    if (random() % 64 == 0) {
+    if (mishaps && below(200) == 0) {
       throw std::runtime_error("job failed");
     }
   }
 
-  template <class Func>
-  void runBatch(Func func) {
+  void restart() {
+    log += "restart ";
+    scheduler.run(at(1));
+  }
+
+  void runNext() {
     try {
-      func();
+      scheduler.runNext(Clock::time_point::max());
     } catch (const std::runtime_error&) {
       log += "failed ";
     }
-    log += '\n';
+    std::uint64_t digest = scheduler.getMaxRunQueue();
+    for (const JobScheduler::Job& job : scheduler.getJobs()) {
+      digest =
+          digest * 1099511628211U + static_cast<std::uint64_t>(count(job.next));
+    }
+    log += std::to_string(digest) + '\n';
   }
 
-  std::string log;
-
- private:
   std::mt19937 random;
+  Scheduler scheduler;
+  std::string log;
+  const std::int64_t periods{below(4)};
+  const std::int64_t offsets{below(4)};
+  const bool extremes{below(3) == 0};
+  const bool mishaps{below(2) == 0};
 };
 
-TEST_F(SchedulerRunNext, FindsTheBatchesOfAPlainSearch) {
-  for (unsigned seed = 0; seed < 300; ++seed) {
-    std::mt19937 random(seed);
-    const auto below = [&random](unsigned limit) {
-      return static_cast<std::int64_t>(random() % limit);
-    };
-    RandomWork work(seed);
-    RandomWork plainWork(seed);
-    JobScheduler scheduler;
-    PlainScheduler plain;
-    const auto add = [&](std::int64_t start) {
-      const std::int64_t period = below(8) - 1;  // one backwards as well
-      const std::int64_t offset = below(10);
-      const std::size_t number = plain.jobs.size();
-      scheduler.add(nanoseconds(period), nanoseconds(offset),
-                    [&work, number] { work(number); });
-      plain.jobs.push_back({period, start < 0 ? 0 : start + offset});
-    };
-    for (std::int64_t i = below(12); i >= 0; --i) {
-      add(platform.now);
-    }
-    scheduler.run(at(1));  // sets the due times
-    for (int i = 0; i < 200; ++i) {
-      work.runBatch([&] { scheduler.runNext(at(1000000)); });
-      plainWork.runBatch([&] { plain.runNext(std::ref(plainWork)); });
-      if (below(100) == 0) {
-        add(-1);  // due at the clock's epoch until the next run()
-      }
-    }
-    ASSERT_EQ(work.log, plainWork.log) << "seed " << seed;
+TEST_F(SchedulerRunNext, DoesAsAPlainSearch) {
+  for (unsigned seed = 0; seed < 200; ++seed) {
+    ASSERT_EQ(RandomRun<JobScheduler>(seed).trace(),
+              RandomRun<PlainScheduler>(seed).trace())
+        << "seed " << seed;
   }
 }
 
