@@ -102,8 +102,13 @@ class QORUTIL_EXPORT JobScheduler {
   ///
   /// Failure: an exception of a job leaves run(); that job has not advanced,
   /// and later jobs of its batch have not run. An empty function throws
-  /// std::bad_function_call. When called from a job, throws
-  /// `QorException(EBUSY, "scheduler is already running")`.
+  /// std::bad_function_call. When called from a job of this scheduler with an
+  /// end that has not passed, throws `QorException(EBUSY, "scheduler is already
+  /// running")` and changes nothing.
+  ///
+  /// A job may call it with an end that has passed, to start afresh. The rest
+  /// of its batch still runs; then the jobs that ran after the call, the
+  /// calling one included, are due their period after the new due times.
   ///
   ///     using Clock = std::chrono::steady_clock;
   ///     scheduler.run(Clock::now() + std::chrono::seconds(10));

@@ -150,14 +150,17 @@ Clock::time_point JobScheduler::getStart() const {
 }
 
 void JobScheduler::run(const Clock::time_point& until) {
-  const Running mark(*this);
   Clock::time_point now = Clock::now();
+  if (jobs.empty() || hasPassed(until, now)) {
+    restart(now);  // a job may do this
+    return;
+  }
+  const Running mark(*this);
   restart(now);
-  // Each time anew: a job may move what the caller has passed.
-  while (!jobs.empty() && !hasPassed(until, now)) {
+  do {
     runBatch(now);
     now = Clock::now();
-  }
+  } while (!hasPassed(until, now));  // a job may move what the caller passed
 }
 
 void JobScheduler::runNext(const Clock::time_point& now) {

@@ -640,15 +640,57 @@ TEST_F(SchedulerFailure, JobCannotRunItsOwnScheduler) {
   JobScheduler scheduler;
   std::vector<std::string> failures;
   scheduler.add(nanoseconds(10), nanoseconds(0), [&] {
-    failures.push_back(failureOf([&] { scheduler.run(at(1)); }));
+    failures.push_back(failureOf([&] { scheduler.run({}); }));
+    failures.push_back(failureOf([&] { scheduler.run(at(platform.now)); }));
     failures.push_back(failureOf([&] { scheduler.runNext(at(1)); }));
     failures.push_back(failureOf([&] { scheduler.setTimeScale(2.0); }));
   });
-  scheduler.runNext(at(1000));
+  scheduler.run(at(1000));
+  EXPECT_EQ(scheduler.getMaxRunQueue(), 1U);
+  platform.now = 2000;
+  failures.clear();
+  scheduler.runNext(at(2000));
   const std::string running =
       "16 scheduler is already running: Device or resource busy";
-  EXPECT_EQ(failures,
-            (std::vector<std::string>{running, running, mustNotChange}));
+  EXPECT_EQ(failures, (std::vector<std::string>{running, running, running,
+                                                mustNotChange}));
+  EXPECT_EQ(count(scheduler.getStart()), 1000);
+  EXPECT_EQ(count(scheduler.getJobs()[0].next), 1030);
+  EXPECT_EQ(scheduler.getMaxRunQueue(), 1U);
+}
+
+TEST_F(SchedulerRun, JobMayStartAfresh) {
+  JobScheduler scheduler;
+  scheduler.add(nanoseconds(10), nanoseconds(0), logs("a"))
+      .add(nanoseconds(20), nanoseconds(5), logs("late"))
+      .add(nanoseconds(10), nanoseconds(0),
+           [this, &scheduler] {
+             logs("b")();
+             if (platform.now == 1010) {
+               platform.now += 2;
+               scheduler.run(at(1011));
+               EXPECT_EQ(scheduler.getMaxRunQueue(), 0U);
+               EXPECT_EQ(count(scheduler.getJobs()[0].next), 1012);
+             }
+           })
+      .add(nanoseconds(30), nanoseconds(10), logs("c"));
+  scheduler.run(at(1023));
+  EXPECT_EQ(log,
+            "a@1000 b@1000 late@1005 a@1010 b@1010 c@1012 a@1012 late@1017 "
+            "a@1022 b@1022 a@1032 b@1032 ");
+  EXPECT_EQ(count(scheduler.getStart()), 1012);
+  // What ran behind the call is due its period after its new due time.
+  EXPECT_EQ(count(scheduler.getJobs()[3].next), 1052);
+}
+
+TEST_F(SchedulerScale, JobThatStartsAfreshStretchesAgain) {
+  JobScheduler scheduler(2.0);
+  scheduler.add(nanoseconds(10), nanoseconds(4),
+                [&scheduler] { scheduler.run(at(1)); });
+  scheduler.run(at(1000));
+  EXPECT_EQ(platform.now, 1008);
+  EXPECT_EQ(scheduler.getJobs()[0].period.count(), 40);
+  EXPECT_EQ(count(scheduler.getJobs()[0].next), 1008 + 16 + 40);
 }
 
 TEST_F(SchedulerFailure, JobMayRunAnotherScheduler) {
@@ -914,6 +956,9 @@ class RandomRun {
     log += std::to_string(job) + ' ';
     if (mishaps && below(200) == 0) {
       throw std::runtime_error("job failed");
+    }
+    if (mishaps && below(200) == 0) {
+      restart();
     }
   }
 
