@@ -11,6 +11,8 @@
 #include <ctime>
 #include <limits>
 
+namespace qorutil_internal {
+
 /// Returns the record for a sleep; `nanoseconds` is below 1000000000. Seconds
 /// beyond the range of a 32-bit `time_t` are cut to its end.
 inline timespec sleepRequest(std::uint64_t seconds, std::uint64_t nanoseconds) {
@@ -32,5 +34,7 @@ inline int sleepThroughSignals(timespec request) {
   }
   return result;
 }
+
+}  // namespace qorutil_internal
 
 #endif  // QORUTIL_COMMON_SLEEP_H

@@ -10,6 +10,9 @@
 
 namespace {
 
+using qorutil_internal::sleepRequest;
+using qorutil_internal::sleepThroughSignals;
+
 timeval wallClock() {
   timeval now{};
   gettimeofday(&now, nullptr);
