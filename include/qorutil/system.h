@@ -39,6 +39,10 @@ QORUTIL_EXPORT std::string getHostName();
 /// A name of more than 15 bytes is an error of the program: it is not cut, and
 /// the platform's guard against buffer overflows ends the process.
 ///
+/// Each call opens a socket of its own and closes it; programs started
+/// meanwhile do not inherit it, unless another thread starts them in the
+/// instant between the two calls that open and mark it.
+///
 ///     getIpAddress("eth0");  // "192.168.1.10"
 QORUTIL_EXPORT std::string getIpAddress(const char* interfaceName);
 

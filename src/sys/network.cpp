@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -17,7 +18,12 @@ namespace {
 
 class Socket {
  public:
-  Socket() : descriptor(socket(AF_INET, SOCK_STREAM, 0)) {}
+  // Close-on-exec in a call of its own: the type is SOCK_STREAM and no more.
+  Socket() : descriptor(socket(AF_INET, SOCK_STREAM, 0)) {
+    if (isOpen()) {
+      fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    }
+  }
 
   Socket(const Socket&) = delete;
   Socket& operator=(const Socket&) = delete;

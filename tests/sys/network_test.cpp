@@ -13,6 +13,7 @@
 
 #include <arpa/inet.h>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <ifaddrs.h>
 #include <net/if.h>
 #include <netinet/in.h>
@@ -36,7 +37,8 @@ struct Simulation {
   int ioctlFailure = -1;
   std::uint32_t answer = 0;  // the address that ioctl gives
   std::string calls;
-  ifreq request{};  // as it came to ioctl
+  ifreq request{};           // as it came to ioctl
+  int descriptorFlags = -1;  // of the socket that came to the real ioctl
 };
 
 Simulation simulation;
@@ -69,6 +71,7 @@ extern "C" int ioctl(int descriptor, unsigned long code, ...) noexcept {
   void* const argument = va_arg(arguments, void*);
   va_end(arguments);
   if (!simulation.active) {
+    simulation.descriptorFlags = fcntl(descriptor, F_GETFD);
     return realOne<int(int, unsigned long, ...)>("ioctl")(descriptor, code,
                                                           argument);
   }
@@ -238,6 +241,14 @@ TEST_P(InterfaceQuery, UnknownInterfaceIsSilentOnTheSystem) {
   const Capture capture;
   EXPECT_EQ(query("no.such.device"), "");
   EXPECT_EQ(capture.transcript(), "");
+}
+
+// A program that is started meanwhile does not inherit the socket.
+TEST_P(InterfaceQuery, SocketOfTheSystemIsCloseOnExec) {
+  simulation.active = false;
+  simulation.descriptorFlags = 0;
+  query("no.such.device");
+  EXPECT_EQ(simulation.descriptorFlags, FD_CLOEXEC);
 }
 
 INSTANTIATE_TEST_SUITE_P(Both, InterfaceQuery, testing::ValuesIn(queryCases),
