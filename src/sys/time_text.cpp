@@ -4,7 +4,6 @@
 #include "qorutil/time.h"
 
 #include <array>
-#include <chrono>
 #include <cstddef>
 #include <iomanip>
 #include <locale>
@@ -17,11 +16,12 @@
 
 namespace {
 
-// The wall clock in whole seconds, truncated toward zero.
+// The wall clock in whole seconds, truncated toward zero. On 32-bit targets the
+// system clock of the standard library may end with a time_t of its own.
 std::time_t wallClockSeconds() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return static_cast<std::time_t>(
-      std::chrono::duration_cast<std::chrono::seconds>(now).count());
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return now.tv_sec < 0 && now.tv_nsec > 0 ? now.tv_sec + 1 : now.tv_sec;
 }
 
 tm utcTime(std::time_t seconds) {

@@ -145,6 +145,15 @@ TEST_F(AscTime, TimesBeforeTheEpochAreTruncatedTowardZero) {
   EXPECT_EQ(getAscTime(), "Thu Jan  1 00:00:00 1970");
 }
 
+TEST_F(AscTime, ReachesBeyond32Bits) {
+  if (!wideTime) {
+    GTEST_SKIP() << "time_t has 32 bits";
+  }
+  const Zone zone("UTC0");
+  platform.wall = {static_cast<std::time_t>(4102444800), 0};
+  EXPECT_EQ(getAscTime(), "Fri Jan  1 00:00:00 2100");
+}
+
 TEST_F(AscTime, IsEmptyWhenThereIsNoLocalTime) {
   const Capture capture;
   platform.localTimeFails = true;
@@ -161,6 +170,14 @@ TEST_F(PosixTime, IsInUtcAndWholeSeconds) {
 TEST_F(PosixTime, PadsWithZeros) {
   platform.wall = {1767323045, 0};
   EXPECT_EQ(getPosixTime(), "2026-01-02 03:04:05");
+}
+
+TEST_F(PosixTime, ReachesBeyond32Bits) {
+  if (!wideTime) {
+    GTEST_SKIP() << "time_t has 32 bits";
+  }
+  platform.wall = {static_cast<std::time_t>(4102444800), 0};
+  EXPECT_EQ(getPosixTime(), "2100-01-01 00:00:00");
 }
 
 TEST_F(PosixTime, TimesBeforeTheEpochAreTruncatedTowardZero) {
