@@ -14,7 +14,7 @@ packagesFor() {
   case $1 in
     clang) echo clang ;;
     m32) echo "g++-$(g++ -dumpversion)-multilib googletest" ;;
-    armhf) echo g++-arm-linux-gnueabihf qemu-user googletest ;;
+    armhf | armhf-time64) echo g++-arm-linux-gnueabihf qemu-user googletest ;;
     arm64) echo g++-aarch64-linux-gnu qemu-user googletest ;;
   esac
 }

@@ -2,7 +2,8 @@
 //
 // Time: reading the wall clock and the monotonic clock as one integer,
 // sleeping, an integer square root, and times as text. Texts are in UTC, except
-// for getAscTime(). Where `time_t` has 32 bits, dates end with it, in 2038.
+// for getAscTime(). Where `time_t` has 32 bits, dates end with it, in 2038; its
+// width is one choice for the library and its clients.
 
 #ifndef QORUTIL_TIME_H
 #define QORUTIL_TIME_H
@@ -15,6 +16,24 @@
 #include <string>
 
 #include <sys/time.h>
+
+// The compiler refuses a client whose time_t has another width than the
+// library's. The header with that comes from the build of the library; without
+// it the linker does, for the printers of the records that change with time_t.
+#if __has_include("qorutil/config.h")
+#include "qorutil/config.h"
+static_assert(sizeof(std::time_t) * 8 == QORUTIL_TIME_BITS,
+              "time_t has another width in libqorutil: compile with the flags "
+              "of its CMake target or of pkg-config --cflags qorutil");
+#endif
+#if defined(__USE_TIME_BITS64) && __TIMESIZE == 32
+#define QORUTIL_TIME_ABI __attribute__((abi_tag("time64")))
+QORUTIL_EXPORT QORUTIL_TIME_ABI std::ostream& operator<<(std::ostream& os,
+                                                         const timeval& time);
+QORUTIL_EXPORT QORUTIL_TIME_ABI std::ostream& operator<<(std::ostream& os,
+                                                         const timespec& time);
+#undef QORUTIL_TIME_ABI
+#endif
 
 /// Sleeps for `microseconds`; 0 returns at once, without a system call.
 ///
@@ -98,6 +117,9 @@ QORUTIL_EXPORT std::uint64_t sqrtiter(unsigned int x, std::uint64_t start);
 
 /// Returns the current local time in the layout of `asctime`, without the
 /// newline; the day of the month is padded with a space.
+///
+/// The zone is that of the environment variable TZ when the C library first
+/// looked at it: a program that changes TZ calls `tzset` afterwards.
 ///
 /// Failure: returns an empty string when `localtime_r` fails.
 ///

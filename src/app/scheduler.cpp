@@ -19,6 +19,7 @@ namespace {
 
 using qorutil_internal::sleepRequest;
 using qorutil_internal::sleepThroughSignals;
+
 using std::chrono::nanoseconds;
 using Clock = std::chrono::steady_clock;
 using Limits = std::numeric_limits<std::int64_t>;

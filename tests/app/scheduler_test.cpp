@@ -94,6 +94,26 @@ extern "C" int clock_gettime(clockid_t id, timespec* time) noexcept {
   return 0;
 }
 
+#if defined(__USE_TIME_BITS64) && __TIMESIZE == 32
+// Here the above replaces the call for a time_t of 64 bits; the steady clock of
+// the standard library makes the one for 32.
+struct narrowTime_t {
+  std::int32_t seconds;
+  std::int32_t nanoseconds;
+};
+
+extern "C" int getNarrowTime(clockid_t id, narrowTime_t* time) noexcept
+    __asm__("clock_gettime");
+
+extern "C" int getNarrowTime(clockid_t id, narrowTime_t* time) noexcept {
+  timespec wide{};
+  const int result = clock_gettime(id, &wide);
+  time->seconds = static_cast<std::int32_t>(wide.tv_sec);
+  time->nanoseconds = static_cast<std::int32_t>(wide.tv_nsec);
+  return result;
+}
+#endif
+
 extern "C" int nanosleep(const timespec* request, timespec* remaining) {
   const std::int64_t wanted = count(*request);
   const std::size_t index = platform.sleeps.size();

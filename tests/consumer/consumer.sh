@@ -151,7 +151,7 @@ headers() {
 umbrella() {
   cd "$installed/include/qorutil"
   expectSame "the list of headers in qorutil.h" \
-    "$(printf '#include "qorutil/%s"\n' *.h | grep -vE '/(export|qorutil)\.h')" \
+    "$(printf '#include "qorutil/%s"\n' *.h | grep -vE '/(config|export|qorutil)\.h')" \
     "$(grep '^#include' qorutil.h)"
 }
 
