@@ -34,11 +34,20 @@ class QORUTIL_EXPORT Options {
   /// One option, as a program declares it.
   struct option_t {
     /// The short-option character, and what get() returns for both forms. A
-    /// value above 255 or one that is not printable means no short form.
+    /// value above 255 or one that is not printable means no short form; from
+    /// 128 to 255 the C locale decides, so nothing is promised there.
+    ///
+    /// Some values mean something to `getopt_long`: ':' and ';' are never
+    /// accepted, and '?' and -1 cannot be told from an error and the end. In
+    /// the first option '+' and '-' change how arguments are scanned, and ':'
+    /// keeps it from printing and makes it report a missing argument as ':'.
+    /// Further on ':' gives the letter before it an argument. A 'W' without
+    /// one, in front of ';', makes "-W name" mean "--name".
     int shortName;
     /// The long name without the leading dashes; null means no long form.
     const char* longName;
-    /// The name of the argument on the help screen; may be null.
+    /// The name of the argument on the help screen; may be null. It is measured
+    /// in characters of the C locale, see update().
     const char* argName;
     /// Whether the argument must be given.
     bool argRequired;
@@ -91,6 +100,10 @@ class QORUTIL_EXPORT Options {
 
   /// Builds the tables for `getopt_long` and the columns of the help screen,
   /// and sets `optind` to 0, so that the next get() starts a new scan.
+  ///
+  /// Names of arguments are measured by `mbstowcs`: a program that shows others
+  /// than ASCII ones calls `setlocale(LC_CTYPE, "")` first, else the columns
+  /// are out of line. Long names are measured in bytes.
   void update();
 
   /// Writes the help screen to `os`, one line per option, and returns `os`.

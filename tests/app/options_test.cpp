@@ -808,4 +808,45 @@ TEST(OptionsCopy, IsIndependent) {
 // getopt_long stops at the first argument where this variable is set.
 [[maybe_unused]] const int permutes = unsetenv("POSIXLY_CORRECT");
 
+Options::option_t flag(int letter, const char* longName = nullptr) {
+  return {letter, longName, nullptr, false, ""};
+}
+
+// What the header says of letters that mean something to getopt_long.
+TEST(OptionsGetoptLetters, PlusStopsAtTheFirstArgument) {
+  Options options{flag('+'), flag('a')};
+  CommandLine line({"-a", "file", "-a"});
+  EXPECT_THAT(line.scan(options), ElementsAre("97"));
+  EXPECT_THAT(line.rest(), ElementsAre("file", "-a"));
+}
+
+TEST(OptionsGetoptLetters, MinusTakesArgumentsForOptionsOfOne) {
+  Options options{flag('-'), flag('a')};
+  EXPECT_THAT(scanned(options, {"-a", "file", "-a"}),
+              ElementsAre("97", "1=file", "97"));
+}
+
+TEST(OptionsGetoptLetters, ColonInFrontSilencesAndTellsMissingArguments) {
+  Options options{flag(':'), optionLoops};
+  StandardError errors;
+  EXPECT_THAT(scanned(options, {"-x", "-l"}), ElementsAre("63", "58"));
+  EXPECT_EQ(errors.text(), "");
+}
+
+TEST(OptionsGetoptLetters, ColonGivesTheLetterBeforeAnArgument) {
+  Options options{flag('a'), flag(':')};
+  EXPECT_THAT(scanned(options, {"-a", "x"}), ElementsAre("97=x"));
+}
+
+TEST(OptionsGetoptLetters, ColonAndSemicolonAreNeverAccepted) {
+  Options options{flag('a'), flag('b'), flag(';')};
+  const StandardError errors;
+  EXPECT_THAT(scanned(options, {"-;", "-:"}), ElementsAre("63", "63"));
+}
+
+TEST(OptionsGetoptLetters, SemicolonBehindWNamesALongOption) {
+  Options options{flag('W'), flag(';'), flag('n', "name")};
+  EXPECT_THAT(scanned(options, {"-W", "name"}), ElementsAre("110"));
+}
+
 }  // namespace
