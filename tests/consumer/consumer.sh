@@ -73,6 +73,13 @@ linkWithPkgConfig() {
   (cd pkg-config && LD_LIBRARY_PATH=$1/$libdir $emulator ./client)
 }
 
+# The names that the library $1 exports, demangled, in the order of the C locale.
+exportedNames() {
+  $nm --dynamic --defined-only "$1" |
+    sed -e 's/^[0-9a-f]* //' -e '/^A /d' -e 's/^. //' \
+      -e 's/@@*QORUTIL_0$//' | $cxxfilt -i | LC_ALL=C sort -u
+}
+
 install() {
   installAndMove "$build" "$installed"
 }
@@ -163,10 +170,31 @@ symbols() {
     *-fsanitize*) skip "a sanitizer adds names and libraries" ;;
   esac
   test "$pointerSize" = 8 || skip "the list shows the types of 64-bit targets"
-  $nm --dynamic --defined-only "$installed/$libdir/libqorutil.so" |
-    sed -e 's/^[0-9a-f]* //' -e '/^A /d' -e 's/^. //' \
-      -e 's/@@*QORUTIL_0$//' | $cxxfilt -i | LC_ALL=C sort -u >exported_symbols.txt
+  exportedNames "$installed/$libdir/libqorutil.so" >exported_symbols.txt
   diff -u "$source/tests/consumer/exported_symbols.txt" exported_symbols.txt
+}
+
+# The same names whichever linker reads the list of the interface.
+linkers() {
+  case $CXXFLAGS in
+    *-fsanitize*) skip "a sanitizer adds names and libraries" ;;
+  esac
+  test "$pointerSize" = 8 || skip "the list shows the types of 64-bit targets"
+  rm -rf linkers
+  mkdir linkers
+  for linker in bfd gold lld mold; do
+    if ! command -v "$($CXX -print-prog-name="ld.$linker")" >/dev/null; then
+      echo "There is no $linker."
+      continue
+    fi
+    # shellcheck disable=SC2086  # these are lists of flags
+    quietly $CXX $CXXFLAGS $LDFLAGS -fuse-ld="$linker" -shared \
+      -Wl,--version-script="$source/src/qorutil.map" -Wl,--gc-sections \
+      -Wl,--whole-archive "$staticInstalled/$libdir/libqorutil.a" \
+      -Wl,--no-whole-archive -o "linkers/$linker.so"
+    exportedNames "linkers/$linker.so" >"linkers/$linker.txt"
+    diff -u "$source/tests/consumer/exported_symbols.txt" "linkers/$linker.txt"
+  done
 }
 
 # The client uses every name of that list, but for the tables and thunks that
