@@ -3,6 +3,7 @@
 #include "qorutil/system.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 
@@ -42,6 +43,7 @@ class Socket {
   int descriptor;
 };
 
+#ifdef __GLIBC__
 // The guarded copy is called by its own name, so that it does not depend on
 // the optimiser and the fortification of a build.
 void setName(ifreq& request, const char* interfaceName) {
@@ -49,6 +51,17 @@ void setName(ifreq& request, const char* interfaceName) {
   __builtin___strcpy_chk(request.ifr_name, interfaceName,
                          sizeof(request.ifr_name));
 }
+#else
+// Other C libraries have no guarded copy; the process ends as under that one.
+void setName(ifreq& request, const char* interfaceName) {
+  const std::size_t size = std::strlen(interfaceName) + 1;
+  if (size > sizeof(request.ifr_name)) {
+    std::cerr << "*** buffer overflow detected ***: terminated" << std::endl;
+    std::abort();
+  }
+  std::memcpy(request.ifr_name, interfaceName, size);
+}
+#endif
 
 std::string queryInterface(const char* interfaceName, unsigned long code,
                            const char* message) {
