@@ -6,34 +6,15 @@
 # build and the paths come in the environment. Each step works below the current
 # folder.
 set -eu
-: "${source:?}" "${build:?}" "${version:?}" "${libdir:?}" "${pointerSize:?}"
+: "${source:?}" "${installed:?}" "${build:?}" "${version:?}" "${libdir:?}" "${pointerSize:?}"
 : "${nm:?}" "${cxxfilt:?}" "${readelf:?}" "${emulator?}"
 : "${CXX:?}" "${CXXFLAGS?}" "${LDFLAGS?}"
+step=$1
 
-client=$source/tests/consumer/client
-installed=$PWD/installed
+# shellcheck source-path=SCRIPTDIR
+. "$source/tests/consumer/common.sh"
 staticInstalled=$PWD/static-installed
 warnings="-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror"
-
-fail() {
-  echo "$*" >&2
-  exit 1
-}
-
-skip() {
-  echo "skipped: $*"
-  exit 77
-}
-
-# Tells what is wrong unless $2 and $3 are the same.
-expectSame() {
-  test "$2" = "$3" || fail "$1 is '$3' instead of '$2'"
-}
-
-# Runs a step and shows what it wrote only if it fails.
-quietly() {
-  "$@" >"$step.log" 2>&1 || { cat "$step.log"; fail "failed: $*"; }
-}
 
 # Installs the build in $1 into an empty prefix and moves that to $2.
 installAndMove() {
@@ -110,7 +91,7 @@ pkgConfig() {
 
 # The sources inside another project, which asked for nothing but the library.
 subproject() {
-  buildWithCmake subproject -DQORUTIL_SOURCE="$source" -DBUILD_SHARED_LIBS=OFF
+  buildWithCmake subproject -DQORUTIL_SOURCE="$source"
   if cmake --build subproject --target help | grep -E '_test|qorhex'; then
     fail "the subproject has the targets above"
   fi
@@ -226,5 +207,4 @@ dependencies() {
   fi
 }
 
-step=$1
 "$@"

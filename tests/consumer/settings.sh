@@ -1,0 +1,75 @@
+#!/bin/sh
+# SPDX-License-Identifier: MIT
+#
+# What the build makes of the settings of those who build, one step per call; it
+# configures, and compiles nothing. The paths come in the environment. Each step
+# works below the current folder.
+set -eu
+: "${source:?}" "${installed:?}"
+step=$1
+unset CXXFLAGS LDFLAGS CMAKE_BUILD_TYPE CMAKE_TOOLCHAIN_FILE
+
+# shellcheck source-path=SCRIPTDIR
+. "$source/tests/consumer/common.sh"
+
+# Configures the library, or the project $project around it, in a fresh folder.
+configure() {
+  rm -rf "settings.$step"
+  quietly cmake -S "${project:-$source}" -B "settings.$step" \
+    -DCMAKE_EXPORT_COMPILE_COMMANDS=ON -DQORUTIL_BUILD_TESTS=OFF \
+    -DQORUTIL_BUILD_EXAMPLES=OFF "$@"
+}
+
+# The commands that compile the library.
+commands() {
+  grep '"command":.* -c [^ ]*/src/' "settings.$step/compile_commands.json"
+}
+
+# The optimisation level that counts in each of them, the last one.
+levels() {
+  commands | sed -E 's/ -c .*//; / -O/!s/.*/none/; s/.* (-O[^ ]*).*/\1/' | sort -u
+}
+
+# The settings given lead to the level $1.
+expectLevel() {
+  level=$1
+  shift
+  quietly cmake "settings.$step" -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_CXX_FLAGS= -DCMAKE_CXX_FLAGS_RELEASE="-O3 -DNDEBUG" "$@"
+  expectSame "the level of $*" "$level" "$(levels)"
+}
+
+# An optimisation level of the builder's is kept.
+optimization() {
+  configure
+  expectSame "the level without settings" -O2 "$(levels)"
+  expectLevel -Os -DCMAKE_CXX_FLAGS_RELEASE="-Os -DNDEBUG"
+  expectLevel -O3 -DCMAKE_CXX_FLAGS_RELEASE=-O3
+  expectLevel -Os -DCMAKE_CXX_FLAGS="-g -O1 -Os -Wall"
+  expectLevel -O1 -DCMAKE_CXX_FLAGS=-O1 -DCMAKE_CXX_FLAGS_RELEASE=-DNDEBUG
+  expectLevel none -DCMAKE_CXX_FLAGS_RELEASE=-DNDEBUG
+  expectLevel none -DCMAKE_BUILD_TYPE=Debug
+  expectLevel -Os -DCMAKE_BUILD_TYPE=MinSizeRel
+}
+
+# Within a project that names no build type the library is optimised; a project
+# that names a level has it.
+optimizationWithin() {
+  project=$client
+  configure -DQORUTIL_SOURCE="$source"
+  expectSame "the level without settings" -O2 "$(levels)"
+  quietly cmake "settings.$step" -DCMAKE_CXX_FLAGS=-Os
+  expectSame "the level of the project" -Os "$(levels)"
+}
+
+positionIndependent() {
+  configure -DBUILD_SHARED_LIBS=OFF
+  commands | grep -qv ' -fPIC ' && fail "a static library is not -fPIC"
+  quietly cmake "settings.$step" -DCMAKE_POSITION_INDEPENDENT_CODE=OFF
+  commands | grep ' -fPIC ' && fail "the library is -fPIC against the builder's wish"
+  quietly cmake "settings.$step" -DBUILD_SHARED_LIBS=ON
+  commands | grep -qv ' -fPIC ' && fail "a shared library is not -fPIC"
+  true
+}
+
+"$@"
