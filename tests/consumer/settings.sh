@@ -20,6 +20,16 @@ configure() {
     -DQORUTIL_BUILD_EXAMPLES=OFF "$@"
 }
 
+# What configuring the folder $1 with the rest says, which has to fail.
+refusal() {
+  folder=$1
+  shift
+  if cmake -S "$source" -B "$folder" "$@" >"$step.log" 2>&1; then
+    fail "CMake takes what it has to refuse"
+  fi
+  tr -s ' \n' ' ' <"$step.log"
+}
+
 # The commands that compile the library.
 commands() {
   grep '"command":.* -c [^ ]*/src/' "settings.$step/compile_commands.json"
@@ -70,6 +80,16 @@ positionIndependent() {
   quietly cmake "settings.$step" -DBUILD_SHARED_LIBS=ON
   commands | grep -qv ' -fPIC ' && fail "a shared library is not -fPIC"
   true
+}
+
+libcxx() {
+  flags=-stdlib=libc++
+  echo '#include <cstddef>' | clang++ $flags -fsyntax-only -x c++ - 2>"$step.log" ||
+    skip "there is no clang++ with libc++"
+  rm -rf "settings.$step"
+  refusal "settings.$step" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_CXX_FLAGS=$flags |
+    grep -q 'cannot be built with libc++: .* plain unsigned int' ||
+    fail "$(cat "$step.log")"
 }
 
 "$@"
