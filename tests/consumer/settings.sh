@@ -82,6 +82,17 @@ positionIndependent() {
   true
 }
 
+# Building among the sources is refused, with the command to use.
+among() {
+  rm -rf "settings.$step"
+  mkdir "settings.$step"
+  cp "$source/CMakeLists.txt" "settings.$step"
+  (cd "settings.$step" && ! cmake . >../"$step.log" 2>&1) ||
+    fail "CMake builds among the sources"
+  grep -q '^    cmake -S \. -B build/install$' "$step.log" ||
+    fail "$(cat "$step.log")"
+}
+
 libcxx() {
   flags=-stdlib=libc++
   echo '#include <cstddef>' | clang++ $flags -fsyntax-only -x c++ - 2>"$step.log" ||
