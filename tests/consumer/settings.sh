@@ -103,4 +103,33 @@ libcxx() {
     fail "$(cat "$step.log")"
 }
 
+# The toolchain files keep the roots that are given, and look into the prefixes
+# that are given.
+toolchains() {
+  for file in "$source"/cmake/toolchains/*-linux-*.cmake; do
+    target=${file##*/}
+    cat >toolchain.cmake <<EOF
+cmake_policy(VERSION 3.20)
+include($file)
+foreach(folder IN ITEMS /given /prefix /usr/${target%.cmake})
+  if(NOT folder IN_LIST CMAKE_FIND_ROOT_PATH)
+    message(FATAL_ERROR "\${folder} is missing in \${CMAKE_FIND_ROOT_PATH}")
+  endif()
+endforeach()
+EOF
+    quietly cmake -DCMAKE_FIND_ROOT_PATH=/given -DCMAKE_PREFIX_PATH=/prefix \
+      -P toolchain.cmake
+  done
+}
+
+# A cross compiler finds the package in a prefix outside of its root. That it is
+# of another processor does not matter for looking.
+crossFindPackage() {
+  command -v aarch64-linux-gnu-g++ >/dev/null || skip "there is no cross compiler"
+  unset CXX
+  project=$client
+  configure -DCMAKE_PREFIX_PATH="$installed" \
+    -DCMAKE_TOOLCHAIN_FILE="$source/cmake/toolchains/aarch64-linux-gnu.cmake"
+}
+
 "$@"
