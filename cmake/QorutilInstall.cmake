@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
 #
 # What `cmake --install` puts down: the library, its headers, the CMake package
-# and the pkg-config file. Both find the rest relative to themselves, so an
-# installed tree can be moved.
+# and the pkg-config file. The package finds the rest relative to itself; the file
+# names the prefix and has --define-prefix for a tree that was moved.
 
 include(CMakePackageConfigHelpers)
 
@@ -28,10 +28,13 @@ install(FILES
   ${PROJECT_BINARY_DIR}/qorutilConfigVersion.cmake
   DESTINATION ${packageDir})
 
-# The prefix as seen from the folder of the .pc file.
-set(pcDir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-file(RELATIVE_PATH pcPrefix /prefix/${pcDir} /prefix)
-string(REGEX REPLACE "/$" "" pcPrefix "${pcPrefix}")
-configure_file(${PROJECT_SOURCE_DIR}/cmake/qorutil.pc.in
-  ${PROJECT_BINARY_DIR}/qorutil.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/qorutil.pc DESTINATION ${pcDir})
+# The installation alone knows its prefix.
+install(CODE "
+set(version \"${PROJECT_VERSION}\")
+set(description \"${PROJECT_DESCRIPTION}\")
+set(homepage \"${PROJECT_HOMEPAGE_URL}\")
+set(includeDir \"${CMAKE_INSTALL_INCLUDEDIR}\")
+set(libDir \"${CMAKE_INSTALL_LIBDIR}\")
+set(definitions \"$<TARGET_PROPERTY:qorutil,INTERFACE_COMPILE_DEFINITIONS>\")
+set(template \"${PROJECT_SOURCE_DIR}/cmake/qorutil.pc.in\")"
+  SCRIPT ${PROJECT_SOURCE_DIR}/cmake/QorutilInstallPc.cmake)

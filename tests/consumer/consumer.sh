@@ -14,6 +14,7 @@ step=$1
 # shellcheck source-path=SCRIPTDIR
 . "$source/tests/consumer/common.sh"
 staticInstalled=$PWD/static-installed
+pkgConfig=${PKG_CONFIG:-pkg-config}
 warnings="-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror"
 
 # Installs the build in $1 into an empty prefix and moves that to $2.
@@ -22,7 +23,7 @@ installAndMove() {
   quietly cmake --install "$1" --prefix "$2.before"
   mv "$2.before" "$2"
   if grep -rlF -e "$2.before" -e "$source" --include='*.cmake' \
-    --include='*.pc' --include='*.h' "$2"; then
+    --include='*.h' "$2"; then
     fail "the files above name the folder that they were made in"
   fi
 }
@@ -38,10 +39,12 @@ buildWithCmake() {
   (cd "$folder" && $emulator ./client)
 }
 
-# Asks pkg-config about the package in the prefix $1.
+# Asks pkg-config about the package in the prefix $1, a tree that was moved.
 askPackage() {
-  PKG_CONFIG_PATH=$1/$libdir/pkgconfig pkg-config --print-errors "$2" \
-    ${3:+"$3"} qorutil
+  from=$1
+  shift
+  PKG_CONFIG_PATH=$from/$libdir/pkgconfig $pkgConfig --print-errors \
+    --define-prefix "$@" qorutil
 }
 
 # Links the compiled client with what pkg-config tells of the prefix $1, and
@@ -49,7 +52,7 @@ askPackage() {
 linkWithPkgConfig() {
   # shellcheck disable=SC2046,SC2086  # these are lists of flags
   $CXX $CXXFLAGS pkg-config/*.o -o pkg-config/client $LDFLAGS \
-    $(askPackage "$1" --libs ${2-})
+    $(askPackage "$1" --libs ${2:+"$2"})
   # shellcheck disable=SC2086
   (cd pkg-config && LD_LIBRARY_PATH=$1/$libdir $emulator ./client)
 }
@@ -77,7 +80,7 @@ findPackage() {
 
 # Headers found in this way warn as the client's own do.
 pkgConfig() {
-  command -v pkg-config >/dev/null || skip "there is no pkg-config"
+  command -v "$pkgConfig" >/dev/null || skip "there is no pkg-config"
   expectSame "the version" "$version" "$(askPackage "$installed" --modversion)"
   expectSame "the include path" "$installed/include" \
     "$(realpath "$(askPackage "$installed" --cflags | sed 's/^-I//; s/ *$//')")"
@@ -87,6 +90,53 @@ pkgConfig() {
   (cd pkg-config && $CXX $CXXFLAGS -std=c++17 $warnings \
     $(askPackage "$installed" --cflags) -c "$client"/*.cpp)
   linkWithPkgConfig "$installed"
+}
+
+# Asks pkg-config about the package in the folder $1 as it was installed.
+askInstalled() {
+  from=$1
+  shift
+  # The answer can end with a blank.
+  PKG_CONFIG_LIBDIR=$from/pkgconfig $pkgConfig --print-errors "$@" qorutil |
+    sed 's/ *$//'
+}
+
+# The .pc file names the prefix without DESTDIR, so that the tree can be a sysroot.
+sysroot() {
+  command -v "$pkgConfig" >/dev/null || skip "there is no pkg-config"
+  rm -rf sysroot
+  DESTDIR=$PWD/sysroot quietly cmake --install "$build" --prefix /opt/qorutil
+  package=$PWD/sysroot/opt/qorutil/$libdir
+  expectSame "the prefix" /opt/qorutil \
+    "$(askInstalled "$package" --variable=prefix)"
+  expectSame "what a compiler is told" \
+    "-I/opt/qorutil/include -L/opt/qorutil/$libdir -lqorutil" \
+    "$(askInstalled "$package" --cflags --libs)"
+  export PKG_CONFIG_SYSROOT_DIR="$PWD/sysroot"
+  expectSame "what a cross compiler is told" \
+    "-I$PWD/sysroot/opt/qorutil/include -L$PWD/sysroot/opt/qorutil/$libdir -lqorutil" \
+    "$(askInstalled "$package" --cflags --libs)"
+}
+
+# Install folders outside the prefix, and a definition that clients share.
+absoluteFolders() {
+  command -v "$pkgConfig" >/dev/null || skip "there is no pkg-config"
+  rm -rf absolute
+  quietly cmake -DQORUTIL_INSTALL=ON -DCMAKE_INSTALL_LIBDIR="$PWD/absolute/lib" \
+    -DCMAKE_INSTALL_INCLUDEDIR="$PWD/absolute/include" \
+    -DCLIENT_DEFINITIONS="SHARED_ONE;SHARED_TWO=2" subproject
+  quietly cmake --build subproject --target qorutil
+  quietly cmake --install subproject --prefix "$PWD/absolute/prefix"
+  expectSame "the include path" "-I$PWD/absolute/include" \
+    "$(askInstalled "$PWD/absolute/lib" --cflags-only-I)"
+  expectSame "the list of definitions" "-DSHARED_ONE -DSHARED_TWO=2" \
+    "$(askInstalled "$PWD/absolute/lib" --cflags-only-other)"
+  expectSame "the linker's flags" "-L$PWD/absolute/lib -lqorutil" \
+    "$(askInstalled "$PWD/absolute/lib" --libs)"
+  grep -q 'INTERFACE_COMPILE_DEFINITIONS "SHARED_ONE;SHARED_TWO=2"' \
+    absolute/lib/cmake/qorutil/qorutilTargets.cmake ||
+    fail "the CMake package does not have the definitions"
+  test -f absolute/include/qorutil/strings.h || fail "the headers are elsewhere"
 }
 
 # The sources inside another project, which asked for nothing but the library.
