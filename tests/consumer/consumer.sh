@@ -68,9 +68,13 @@ install() {
   installAndMove "$build" "$installed"
 }
 
+# The package serves whoever asks for this version, or an older one of the same
+# soname.
 findPackage() {
   buildWithCmake find-package -DCMAKE_PREFIX_PATH="$installed" \
-    -DQORUTIL_VERSION="$version"
+    -DQORUTIL_VERSION="${version%%.*}.0"
+  expectSame "the number of include folders" 1 "$(grep -o '_IMPORT_PREFIX}/include' \
+    "$installed/$libdir/cmake/qorutil/qorutilTargets.cmake" | grep -c .)"
   ! cmake -S "$client" -B find-other -DCMAKE_PREFIX_PATH="$installed" \
     -DQORUTIL_VERSION=99 >find-other.log 2>&1 ||
     fail "the package claims to be of version 99 as well"
@@ -105,7 +109,8 @@ askInstalled() {
 sysroot() {
   command -v "$pkgConfig" >/dev/null || skip "there is no pkg-config"
   rm -rf sysroot
-  DESTDIR=$PWD/sysroot quietly cmake --install "$build" --prefix /opt/qorutil
+  DESTDIR=$PWD/sysroot quietly cmake --install "$build" --prefix /opt/qorutil \
+    --component development
   package=$PWD/sysroot/opt/qorutil/$libdir
   expectSame "the prefix" /opt/qorutil \
     "$(askInstalled "$package" --variable=prefix)"
@@ -137,6 +142,50 @@ absoluteFolders() {
     absolute/lib/cmake/qorutil/qorutilTargets.cmake ||
     fail "the CMake package does not have the definitions"
   test -f absolute/include/qorutil/strings.h || fail "the headers are elsewhere"
+}
+
+# What the components hold, together and each.
+components() {
+  rm -rf components
+  mkdir components
+  for component in runtime development tools; do
+    quietly cmake --install "$build" --prefix "$PWD/components/$component" \
+      --component "$component"
+  done
+  {
+    echo "runtime/$libdir/libqorutil.so.${version%%.*}"
+    echo "runtime/$libdir/libqorutil.so.$version"
+    for header in "$source"/include/qorutil/*.h; do
+      echo "development/include/qorutil/${header##*/}"
+    done
+    echo "development/$libdir/libqorutil.so"
+    echo "development/$libdir/pkgconfig/qorutil.pc"
+    for component in development runtime tools; do
+      echo "$component/share/doc/qorutil/LICENSE"
+    done
+    echo tools/bin/qorhex
+    echo tools/share/man/man1/qorhex.1
+  } | LC_ALL=C sort >components/expected.txt
+  (cd components && find runtime development tools ! -type d |
+    grep -v "^development/$libdir/cmake/qorutil/qorutil[A-Za-z-]*\.cmake$" |
+    LC_ALL=C sort) >components/found.txt
+  diff -u components/expected.txt components/found.txt
+  (cd components && find runtime development tools ! -type d |
+    sed 's|^[a-z]*/||') | LC_ALL=C sort -u >components/together.txt
+  (cd "$installed" && find . ! -type d | sed 's|^\./||') | LC_ALL=C sort |
+    diff -u components/together.txt -
+  cmp "$source/LICENSE" components/runtime/share/doc/qorutil/LICENSE
+}
+
+# The tool finds the library of its own tree, built or installed, by a path that
+# does not tell where that is.
+runPaths() {
+  for program in "$build/tools/qorhex/qorhex" "$installed/bin/qorhex"; do
+    path=$($readelf -d "$program" | sed -n 's/.*(RUNPATH).*\[\(.*\)\]/\1/p')
+    # shellcheck disable=SC2016  # the dynamic linker expands it
+    printf '%s\n' "$path" | grep -qxE '\$ORIGIN/\.\./[^:/]*(/[^:/]*)*:*' ||
+      fail "the run path of $program is '$path'"
+  done
 }
 
 # The sources inside another project, which asked for nothing but the library.

@@ -72,6 +72,19 @@ optimizationWithin() {
   expectSame "the level of the project" -Os "$(levels)"
 }
 
+tests() {
+  configure -UQORUTIL_BUILD_TESTS -DBUILD_TESTING=OFF
+  expectSame "the default of QORUTIL_BUILD_TESTS" OFF \
+    "$(sed -n 's/^QORUTIL_BUILD_TESTS:BOOL=//p' "settings.$step/CMakeCache.txt")"
+}
+
+# The builder's run path, and code that stays where it is.
+runPath() {
+  configure -DCMAKE_INSTALL_RPATH=/opt/run-path
+  grep -q 'RPATH "/opt/run-path"' "settings.$step/tools/qorhex/cmake_install.cmake" ||
+    fail "the installed program does not get the run path of the builder"
+}
+
 positionIndependent() {
   configure -DBUILD_SHARED_LIBS=OFF
   commands | grep -qv ' -fPIC ' && fail "a static library is not -fPIC"
