@@ -7,6 +7,8 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 
@@ -15,9 +17,12 @@
 #endif
 
 #include "array_buffer.h"
-#include "common/plain.h"
+#include "printers.h"
+#include "text/plain_text.h"
 
 namespace {
+
+namespace plain = qorutil_internal;
 
 std::string randomBytes(std::size_t size) {
   std::mt19937 random(1);
@@ -78,7 +83,7 @@ BENCHMARK(BM_hexdump)->Arg(16)->Arg(1024)->Arg(1 << 20);
 
 void BM_hexdump_plain(benchmark::State& state) {
   dumpAfresh(state, [](std::ostream& os, auto first, auto last) {
-    hexdumpPlainly(os, first, last, "rx", 16, HEXDUMP_OFFSET, true);
+    plain::hexdumpPlainly(os, first, last, "rx", 16, HEXDUMP_OFFSET, true);
   });
 }
 
@@ -101,7 +106,7 @@ void BM_hexdumpAgain(benchmark::State& state) {
 BENCHMARK(BM_hexdumpAgain)->Arg(16)->Arg(1024)->Arg(1 << 20);
 
 void BM_hexdumpAgain_plain(benchmark::State& state) {
-  dumpAgain(state, hexdumpPlainly);
+  dumpAgain(state, plain::hexdumpPlainly);
 }
 
 BENCHMARK(BM_hexdumpAgain_plain)->Arg(16)->Arg(1024)->Arg(1 << 20);
@@ -159,19 +164,19 @@ ESCAPE_BENCHMARK(BM_printPrintable);
 
 template <Source source>
 void BM_printEscaped_plain(benchmark::State& state) {
-  printText<source>(state, printEscapedPlainly);
+  printText<source>(state, plain::printEscapedPlainly);
 }
 
 ESCAPE_BENCHMARK(BM_printEscaped_plain);
 
 #ifdef HAVE_absl_strings
 template <Source source>
-void BM_absl_CEscape(benchmark::State& state) {
+void BM_getEscaped_absl(benchmark::State& state) {
   escapeAgain<source>(state,
                       [](const auto& text) { return absl::CEscape(text); });
 }
 
-ESCAPE_BENCHMARK(BM_absl_CEscape);
+ESCAPE_BENCHMARK(BM_getEscaped_absl);
 #endif
 
 constexpr auto prefixedHex = std::ios_base::hex | std::ios_base::showbase;
@@ -191,8 +196,9 @@ void BM_makeString_plain(benchmark::State& state) {
   int value = 0x1234567;
   for (auto _ : state) {
     benchmark::DoNotOptimize(value);
-    benchmark::DoNotOptimize(makeStringPlainly(value, std::ios_base::dec));
-    benchmark::DoNotOptimize(makeStringPlainly(value, prefixedHex));
+    benchmark::DoNotOptimize(
+        plain::makeStringPlainly(value, std::ios_base::dec));
+    benchmark::DoNotOptimize(plain::makeStringPlainly(value, prefixedHex));
   }
 }
 
@@ -213,29 +219,86 @@ BENCHMARK(BM_setBits2list)->Arg(2)->Arg(fewBits)->Arg(-1);
 void BM_setBits2list_plain(benchmark::State& state) {
   const auto bits = static_cast<unsigned long>(state.range(0));
   for (auto _ : state) {
-    benchmark::DoNotOptimize(setBits2listPlainly(bits, ", "));
+    benchmark::DoNotOptimize(plain::setBits2listPlainly(bits, ", "));
   }
 }
 
 BENCHMARK(BM_setBits2list_plain)->Arg(2)->Arg(fewBits)->Arg(-1);
 
-constexpr std::uint64_t digits = 0xA5A512340F0FCDEF;
-
-void BM_BinaryBase_print(benchmark::State& state) {
-  const auto bits = static_cast<std::uint64_t>(state.range(0));
-  printAgain(state, bits / 8,
-             [bits](std::ostream& os) { BinaryBase::print(os, digits, bits); });
+template <Source source>
+bool addEscapes(const std::string& name, std::size_t size) {
+  const std::string text = source(size);
+  const std::string suffix = ", " + name + ", " + std::to_string(size);
+  return addPrinter(
+             "printEscaped" + suffix,
+             [text](std::ostream& os) { printEscaped(os, text); },
+             [text](std::ostream& os) {
+               plain::printEscapedPlainly(os, text);
+             }) &&
+         addPrinter(
+             "printPrintable" + suffix,
+             [text](std::ostream& os) { printPrintable(os, text); },
+             [text](std::ostream& os) {
+               plain::printPrintablePlainly(os, text);
+             });
 }
 
-BENCHMARK(BM_BinaryBase_print)->Arg(8)->Arg(64);
-
-void BM_BinaryBase_print_plain(benchmark::State& state) {
-  const auto bits = static_cast<std::uint64_t>(state.range(0));
-  printAgain(state, bits / 8, [bits](std::ostream& os) {
-    printBinaryPlainly(os, digits, bits);
-  });
+bool addBinary(std::uint64_t bits) {
+  constexpr std::uint64_t value = 0xA5A512340F0FCDEF;
+  return addPrinter(
+      "BinaryBase, " + std::to_string(bits),
+      [bits](std::ostream& os) { BinaryBase::print(os, value, bits); },
+      [bits](std::ostream& os) { plain::printBinaryPlainly(os, value, bits); });
 }
 
-BENCHMARK(BM_BinaryBase_print_plain)->Arg(8)->Arg(64);
+bool addDump() {
+  static const std::string text = randomBytes(16);
+  const auto* const first = reinterpret_cast<const unsigned char*>(text.data());
+  return addPrinter(
+      "hexdump, 16",
+      [first](std::ostream& os) {
+        hexdump(os, first, first + 16, "rx", 16, HEXDUMP_OFFSET, false);
+      },
+      [first](std::ostream& os) {
+        plain::hexdumpPlainly(os, first, first + 16, "rx", 16, HEXDUMP_OFFSET,
+                              false);
+      });
+}
+
+bool addList() {
+  static const std::vector<std::pair<bool, const char*>> list = {
+      {true, "urgent"}, {false, "encrypted"}, {true, "signed"}};
+  return addPrinter(
+      "printSeparatedList, 2",
+      [](std::ostream& os) { printSeparatedList(os, list, "|", "plain"); },
+      [](std::ostream& os) {
+        plain::printSeparatedListPlainly(os, list, "|", "plain");
+      });
+}
+
+bool addNumbers() {
+  constexpr auto flags = std::ios_base::dec | std::ios_base::skipws;
+  return addPrinter(
+             "printUnknownEnum",
+             [](std::ostream& os) { printUnknownEnum(os, 255); },
+             [](std::ostream& os) {
+               plain::printUnknownEnumPlainly(os, 255);
+             }) &&
+         addPrinter(
+             "fmtflags", [=](std::ostream& os) { os << flags; },
+             [=](std::ostream& os) { plain::printPlainly(os, flags); });
+}
+
+const bool added[] = {
+    addDump(),
+    addBinary(8),
+    addBinary(64),
+    addEscapes<logText>("log", 10),
+    addEscapes<logText>("log", 100),
+    addEscapes<randomBytes>("random", 10),
+    addEscapes<randomBytes>("random", 100),
+    addList(),
+    addNumbers(),
+};
 
 }  // namespace

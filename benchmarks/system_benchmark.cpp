@@ -7,19 +7,20 @@
 #include <csignal>
 #include <cstdint>
 #include <ctime>
-#include <sstream>
 
 #include <linux/can.h>
 #include <mqueue.h>
-#include <sys/sysinfo.h>
 #include <sys/time.h>
 
 #include <benchmark/benchmark.h>
 
-#include "array_buffer.h"
-#include "common/plain.h"
+#include "printers.h"
+#include "sys/plain_records.h"
 
 namespace {
+
+using qorutil_internal::printPlainly;
+using qorutil_internal::printTimePlainly;
 
 // Makes a record of each kind.
 template <class Record>
@@ -55,14 +56,6 @@ sigset_t make() {
 }
 
 template <>
-struct sysinfo make() {
-  struct sysinfo info {};
-
-  sysinfo(&info);
-  return info;
-}
-
-template <>
 tm make() {
   tm time{};
   time.tm_year = 126;
@@ -81,65 +74,23 @@ timespec make() {
   return {1700000000, 4200};
 }
 
-template <class Print>
-void printAgain(benchmark::State& state, Print print) {
-  ArrayBuffer buffer;
-  std::ostream os(&buffer);
-  for (auto _ : state) {
-    buffer.reset();
-    print(os);
-    benchmark::ClobberMemory();
-  }
-  state.SetBytesProcessed(buffer.size() * state.iterations());
-}
-
 template <class Record>
-void BM_print(benchmark::State& state) {
+bool addRecord(const char* name) {
   const auto record = make<Record>();
-  printAgain(state, [&](std::ostream& os) { os << record; });
+  return addPrinter(
+      name, [record](std::ostream& os) { os << record; },
+      [record](std::ostream& os) { printPlainly(os, record); });
 }
 
-template <class Record>
-void BM_print_plain(benchmark::State& state) {
-  const auto record = make<Record>();
-  printAgain(state, [&](std::ostream& os) { printPlainly(os, record); });
-}
-
-// On a stream of its own, which has to find room first.
-template <class Record>
-void BM_printAfresh(benchmark::State& state) {
-  const auto record = make<Record>();
-  for (auto _ : state) {
-    std::ostringstream os;
-    os << record;
-    benchmark::DoNotOptimize(os.str());
-  }
-}
-
-template <class Record>
-void BM_printAfresh_plain(benchmark::State& state) {
-  const auto record = make<Record>();
-  for (auto _ : state) {
-    std::ostringstream os;
-    printPlainly(os, record);
-    benchmark::DoNotOptimize(os.str());
-  }
-}
-
-#define RECORD_BENCHMARK(record)              \
-  BENCHMARK_TEMPLATE(BM_print, record);       \
-  BENCHMARK_TEMPLATE(BM_print_plain, record); \
-  BENCHMARK_TEMPLATE(BM_printAfresh, record); \
-  BENCHMARK_TEMPLATE(BM_printAfresh_plain, record)
-
-RECORD_BENCHMARK(printSize);
-RECORD_BENCHMARK(mq_attr);
-RECORD_BENCHMARK(can_frame);
-RECORD_BENCHMARK(tm);
-RECORD_BENCHMARK(timeval);
-RECORD_BENCHMARK(timespec);
-BENCHMARK_TEMPLATE(BM_print, sigset_t);
-BENCHMARK_TEMPLATE(BM_print, struct sysinfo);
+const bool added[] = {
+    addRecord<printSize>("printSize"),
+    addRecord<mq_attr>("mq_attr"),
+    addRecord<can_frame>("can_frame"),
+    addRecord<sigset_t>("sigset_t"),
+    addRecord<tm>("tm"),
+    addRecord<timeval>("timeval"),
+    addRecord<timespec>("timespec"),
+};
 
 constexpr std::uint64_t someTime = 1700000000123456;
 

@@ -4,13 +4,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <sstream>
 #include <string>
 
 #include <benchmark/benchmark.h>
 
-#include "array_buffer.h"
-#include "common/plain.h"
+#include "app/plain_version.h"
+#include "printers.h"
 
 namespace {
 
@@ -42,7 +41,7 @@ BENCHMARK(BM_getVersion)->Arg(0)->Arg(100)->Arg(10000);
 
 // Compiles the pattern for each search.
 void BM_getVersion_regcomp(benchmark::State& state) {
-  findAgain(state, getVersionPlainly);
+  findAgain(state, qorutil_internal::getVersionPlainly);
 }
 
 BENCHMARK(BM_getVersion_regcomp)->Arg(0)->Arg(100)->Arg(10000);
@@ -69,36 +68,14 @@ BENCHMARK(BM_compareVersions)->Arg(2)->Arg(4)->Arg(40);
 
 // split() and strtoll().
 void BM_compareVersions_split(benchmark::State& state) {
-  compareAgain(state, compareVersionsPlainly);
+  compareAgain(state, qorutil_internal::compareVersionsPlainly);
 }
 
 BENCHMARK(BM_compareVersions_split)->Arg(2)->Arg(4)->Arg(40);
 
-template <class Print>
-void printAgain(benchmark::State& state, Print print) {
-  const Version version(1, 20, 300, 4000);
-  ArrayBuffer buffer;
-  std::ostream os(&buffer);
-  for (auto _ : state) {
-    buffer.reset();
-    print(os, version);
-    benchmark::ClobberMemory();
-  }
-}
-
-void BM_printVersion(benchmark::State& state) {
-  printAgain(state,
-             [](std::ostream& os, const Version& version) { os << version; });
-}
-
-BENCHMARK(BM_printVersion);
-
-void BM_printVersion_plain(benchmark::State& state) {
-  printAgain(state, [](std::ostream& os, const Version& version) {
-    printPlainly(os, version);
-  });
-}
-
-BENCHMARK(BM_printVersion_plain);
+const Version version(1, 20, 300, 4000);
+const bool added = addPrinter(
+    "Version", [](std::ostream& os) { os << version; },
+    [](std::ostream& os) { qorutil_internal::printPlainly(os, version); });
 
 }  // namespace

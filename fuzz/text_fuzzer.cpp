@@ -14,9 +14,16 @@
 #include <sstream>
 #include <string>
 
-#include "common/plain.h"
+#include "app/plain_version.h"
+#include "text/plain_text.h"
 
 namespace {
+
+using qorutil_internal::compareVersionsPlainly;
+using qorutil_internal::getEscapedPlainly;
+using qorutil_internal::getVersionPlainly;
+using qorutil_internal::hexdumpPlainly;
+using qorutil_internal::printPrintablePlainly;
 
 void require(bool condition, const char* text) {
   if (!condition) {

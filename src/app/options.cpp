@@ -17,6 +17,8 @@
 
 namespace {
 
+using qorutil_internal::StreamState;
+
 constexpr int optionalArgument = 2;
 
 bool hasShortForm(int shortName) {

@@ -15,11 +15,18 @@
 
 #include <regex.h>
 
+#include "app/plain_version.h"
+#include "common/insertion.h"
 #include "common/line_buffer.h"
-#include "common/plain.h"
 #include "common/stream_state.h"
 
 namespace {
+
+using qorutil_internal::getVersionPlainly;
+using qorutil_internal::insertRecord;
+using qorutil_internal::LineBuffer;
+using qorutil_internal::printPlainly;
+using qorutil_internal::takesNumbers;
 
 // Compiled for each search and released after it: a pattern is bound to the
 // locale in which it was compiled.
@@ -81,7 +88,7 @@ std::uint16_t readPart(const char*& at) {
   for (; isDigit(*at); ++at) {
     const auto digit = static_cast<unsigned long>(*at - '0');
     const bool fits = value <= (largest - digit) / 10;
-    value = fits && value != largest ? 10 * value + digit : largest;
+    value = fits ? 10 * value + digit : largest;
   }
   return static_cast<std::uint16_t>(value);
 }
@@ -136,6 +143,8 @@ int compare(T a, T b) {
 
 }  // namespace
 
+namespace qorutil_internal {
+
 Version getVersionPlainly(const std::string& text) {
   const Pattern pattern("[[:digit:]]+([-.][[:digit:]]+){1,3}");
   std::string found = pattern.find(text.c_str());
@@ -145,6 +154,33 @@ Version getVersionPlainly(const std::string& text) {
               &version.release, &version.build);
   return version;
 }
+
+std::ostream& printPlainly(std::ostream& os, const Version& version) {
+  const StreamState restored(os);
+  os.flags(std::ios_base::dec);
+  return os << version.major << '.' << version.minor << '.' << version.release
+            << '.' << version.build;
+}
+
+int compareVersionsPlainly(const std::string& a, const std::string& b,
+                           signed char parts) {
+  const std::vector<std::string> partsA = split(a, '.');
+  const std::vector<std::string> partsB = split(b, '.');
+  const std::size_t common = std::min(partsA.size(), partsB.size());
+  const std::size_t count = static_cast<unsigned char>(parts);
+  for (std::size_t i = 0; i < common; ++i) {
+    const int order = compare(numberOf(partsA[i]), numberOf(partsB[i]));
+    if (order != 0) {
+      return order;
+    }
+    if (parts != -1 && i + 1 >= count) {
+      return 0;
+    }
+  }
+  return compare(partsA.size(), partsB.size());
+}
+
+}  // namespace qorutil_internal
 
 Version Version::getVersion(const std::string& text) {
   const char* at = text.c_str();
@@ -164,39 +200,16 @@ Version Version::getVersion(const std::string& text) {
   return {};
 }
 
-std::ostream& printPlainly(std::ostream& os, const Version& version) {
-  const StreamState restored(os);
-  os.flags(std::ios_base::dec);
-  return os << version.major << '.' << version.minor << '.' << version.release
-            << '.' << version.build;
-}
-
 std::ostream& operator<<(std::ostream& os, const Version& version) {
-  constexpr std::size_t longest = 23;
-  LineBuffer line(os);
-  if (line.room() < longest) {
-    return printPlainly(os, version);
-  }
-  line.decimal(version.major).put('.').decimal(version.minor).put('.');
-  return line.decimal(version.release).put('.').decimal(version.build).insert();
-}
-
-int compareVersionsPlainly(const std::string& a, const std::string& b,
-                           signed char parts) {
-  const std::vector<std::string> partsA = split(a, '.');
-  const std::vector<std::string> partsB = split(b, '.');
-  const std::size_t common = std::min(partsA.size(), partsB.size());
-  const std::size_t count = static_cast<unsigned char>(parts);
-  for (std::size_t i = 0; i < common; ++i) {
-    const int order = compare(numberOf(partsA[i]), numberOf(partsB[i]));
-    if (order != 0) {
-      return order;
-    }
-    if (parts != -1 && i + 1 >= count) {
-      return 0;
+  if (takesNumbers(os)) {
+    LineBuffer line;
+    line.decimal(version.major).put('.').decimal(version.minor).put('.');
+    line.decimal(version.release).put('.').decimal(version.build);
+    if (insertRecord(os, line.view())) {
+      return os;
     }
   }
-  return compare(partsA.size(), partsB.size());
+  return printPlainly(os, version);
 }
 
 // The same without a list of the parts.

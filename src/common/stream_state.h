@@ -7,6 +7,8 @@
 
 #include <ostream>
 
+namespace qorutil_internal {
+
 /// Remembers the format flags and the fill character of a stream and puts them
 /// back when it goes out of scope, also when an insertion throws.
 class StreamState {
@@ -33,5 +35,7 @@ class StreamState {
   std::ios_base::fmtflags savedFlags;
   char savedFill;
 };
+
+}  // namespace qorutil_internal
 
 #endif  // QORUTIL_COMMON_STREAM_STATE_H

@@ -8,15 +8,23 @@
 #include <cstring>
 #include <iomanip>
 #include <ostream>
+#include <string_view>
 
 #include <linux/can.h>
 #include <mqueue.h>
 
+#include "common/insertion.h"
 #include "common/line_buffer.h"
-#include "common/plain.h"
 #include "common/stream_state.h"
+#include "sys/plain_records.h"
 
 namespace {
+
+using qorutil_internal::insertRecord;
+using qorutil_internal::insertText;
+using qorutil_internal::LineBuffer;
+using qorutil_internal::printPlainly;
+using qorutil_internal::takesNumbers;
 
 // From the start of the record, as a length above 8 leaves the array.
 const unsigned char* dataOf(const can_frame& frame) {
@@ -51,7 +59,7 @@ const unit_t& unitOf(std::uint64_t bytes) {
 // without an exponent.
 bool isOrdinary(const std::ostream& os, std::uint64_t bytes) {
   constexpr auto odd = std::ios_base::floatfield | std::ios_base::showpoint |
-                       std::ios_base::showpos | std::ios_base::unitbuf;
+                       std::ios_base::showpos;
   return (os.flags() & odd) == 0 && os.precision() == 6 && bytes >> 50 == 0;
 }
 
@@ -104,7 +112,69 @@ void putQuotient(LineBuffer& line, Quotient number) {
   line.put('.').decimal(number.fraction, number.digits);
 }
 
+constexpr int signalCount = 8 * sizeof(__sigset_t);
+
+bool isMember(const __sigset_t& signals, int number) {
+  return sigismember(&signals, number) == 1;
+}
+
+// Calls `take(first, last)` for every run of members; every number is asked
+// for once, in order.
+template <class Take>
+void forEachRun(const __sigset_t& signals, Take take) {
+  for (int number = 0; number < signalCount; ++number) {
+    if (!isMember(signals, number)) {
+      continue;
+    }
+    const int first = number;
+    do {
+      ++number;
+    } while (number < signalCount && isMember(signals, number));
+    take(first, number - 1);
+  }
+}
+
+// A run that the numbers end has a last member in any case.
+bool hasLast(int first, int last) {
+  return first != last || last == signalCount - 1;
+}
+
+// False when there are more runs than a line has room for, which takes more
+// signals than the C libraries know.
+bool putSignals(LineBuffer& line, const __sigset_t& signals) {
+  constexpr std::size_t longestRun = 11;
+  bool fits = true;
+  const char* gap = "";
+  line.put('[');
+  forEachRun(signals, [&](int first, int last) {
+    fits = line.room() > longestRun;
+    if (!fits) {
+      return;
+    }
+    line.put(gap).decimal(first);
+    if (hasLast(first, last)) {
+      line.put("..").decimal(last);
+    }
+    gap = " ";
+  });
+  line.put(']');
+  return fits;
+}
+
+void putFrame(LineBuffer& line, const can_frame& frame) {
+  line.hexadecimal(frame.can_id & CAN_EFF_MASK, 8);
+  line.put((frame.can_id & CAN_EFF_FLAG) != 0 ? 'x' : ' ');
+  if ((frame.can_id & CAN_RTR_FLAG) != 0) {
+    line.put(" RTR");
+    return;
+  }
+  line.put(" DATA  ").hexadecimal(frame.can_dlc).put(' ');
+  line.hexBytes(dataOf(frame), frame.can_dlc);
+}
+
 }  // namespace
+
+namespace qorutil_internal {
 
 std::ostream& printPlainly(std::ostream& os, const printSize& size) {
   const unit_t& unit = unitOf(size.bytes);
@@ -122,27 +192,6 @@ std::ostream& printPlainly(std::ostream& os, const printSize& size) {
   return os << unit.suffix;
 }
 
-std::ostream& printSize::print(std::ostream& os) const {
-  constexpr std::size_t longest = 12;
-  if (!isOrdinary(os, bytes) || os.width() != 0 || !roundsToNearest()) {
-    return printPlainly(os, *this);
-  }
-  LineBuffer line(os);
-  if (line.room() < longest) {
-    return printPlainly(os, *this);
-  }
-  const unit_t& unit = unitOf(bytes);
-  putQuotient(line, rounded(bytes, unit.shift));
-  if ((os.flags() & std::ios_base::internal) != 0) {
-    line.put(' ');
-  }
-  return line.put(unit.suffix).insert();
-}
-
-std::ostream& operator<<(std::ostream& os, const printSize& size) {
-  return size.print(os);
-}
-
 std::ostream& printPlainly(std::ostream& os, const mq_attr& attr) {
   const StreamState restored(os);
   os.flags(std::ios_base::fixed);
@@ -151,42 +200,19 @@ std::ostream& printPlainly(std::ostream& os, const mq_attr& attr) {
   return os << ',' << attr.mq_msgsize << ',' << attr.mq_curmsgs << ')';
 }
 
-std::ostream& operator<<(std::ostream& os, const mq_attr& attr) {
-  constexpr std::size_t longest = 90;
-  LineBuffer line(os);
-  if (line.room() < longest) {
-    return printPlainly(os, attr);
-  }
-  line.put('(').hexadecimal(static_cast<unsigned long>(attr.mq_flags));
-  line.put(',').decimal(attr.mq_maxmsg).put(',').decimal(attr.mq_msgsize);
-  return line.put(',').decimal(attr.mq_curmsgs).put(')').insert();
-}
-
-std::ostream& operator<<(std::ostream& os, const __sigset_t& signals) {
-  constexpr int signalCount = 8 * sizeof(__sigset_t);
-  constexpr int noRun = -1;
+std::ostream& printPlainly(std::ostream& os, const __sigset_t& signals) {
   const StreamState restored(os);
   os.flags(std::ios_base::fixed);
   os.fill(' ');
   os << '[';
-  int runStart = noRun;
-  bool anyWritten = false;
-  for (int number = 0; number < signalCount; ++number) {
-    const bool member = sigismember(&signals, number) == 1;
-    if (member && runStart == noRun) {
-      os << (anyWritten ? " " : "") << number;
-      runStart = number;
-      anyWritten = true;
-    } else if (!member && runStart != noRun) {
-      if (number - 1 != runStart) {
-        os << ".." << number - 1;
-      }
-      runStart = noRun;
+  const char* gap = "";
+  forEachRun(signals, [&](int first, int last) {
+    os << gap << first;
+    if (hasLast(first, last)) {
+      os << ".." << last;
     }
-  }
-  if (runStart != noRun) {
-    os << ".." << signalCount - 1;
-  }
+    gap = " ";
+  });
   return os << ']';
 }
 
@@ -207,21 +233,56 @@ std::ostream& printPlainly(std::ostream& os, const can_frame& frame) {
   return os;
 }
 
+}  // namespace qorutil_internal
+
+std::ostream& printSize::print(std::ostream& os) const {
+  if (isOrdinary(os, bytes) && takesNumbers(os) && roundsToNearest()) {
+    LineBuffer line;
+    const unit_t& unit = unitOf(bytes);
+    putQuotient(line, rounded(bytes, unit.shift));
+    if ((os.flags() & std::ios_base::internal) != 0) {
+      line.put(' ');
+    }
+    if (insertText(os, line.put(unit.suffix).view())) {
+      return os;
+    }
+  }
+  return printPlainly(os, *this);
+}
+
+std::ostream& operator<<(std::ostream& os, const printSize& size) {
+  return size.print(os);
+}
+
+std::ostream& operator<<(std::ostream& os, const mq_attr& attr) {
+  if (takesNumbers(os)) {
+    LineBuffer line;
+    line.put('(').hexadecimal(static_cast<unsigned long>(attr.mq_flags));
+    line.put(',').decimal(attr.mq_maxmsg).put(',').decimal(attr.mq_msgsize);
+    line.put(',').decimal(attr.mq_curmsgs).put(')');
+    if (insertRecord(os, line.view())) {
+      return os;
+    }
+  }
+  return printPlainly(os, attr);
+}
+
+std::ostream& operator<<(std::ostream& os, const __sigset_t& signals) {
+  LineBuffer line;
+  if (takesNumbers(os) && putSignals(line, signals) &&
+      insertRecord(os, line.view())) {
+    return os;
+  }
+  return printPlainly(os, signals);
+}
+
 std::ostream& operator<<(std::ostream& os, const can_frame& frame) {
-  constexpr std::size_t withoutData = 19;
-  LineBuffer line(os);
-  if (line.room() < withoutData + std::size_t{3} * frame.can_dlc) {
-    return printPlainly(os, frame);
+  if (takesNumbers(os)) {
+    LineBuffer line;
+    putFrame(line, frame);
+    if (insertRecord(os, line.view())) {
+      return os;
+    }
   }
-  line.hexadecimal(frame.can_id & CAN_EFF_MASK, 8);
-  line.put((frame.can_id & CAN_EFF_FLAG) != 0 ? 'x' : ' ');
-  if ((frame.can_id & CAN_RTR_FLAG) != 0) {
-    return line.put(" RTR").insert();
-  }
-  line.put(" DATA  ").hexadecimal(frame.can_dlc).put(' ');
-  const unsigned char* const data = dataOf(frame);
-  for (unsigned i = 0; i < frame.can_dlc; ++i) {
-    line.put(' ').hexByte(data[i]);
-  }
-  return line.insert();
+  return printPlainly(os, frame);
 }

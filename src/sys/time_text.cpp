@@ -9,12 +9,20 @@
 #include <locale>
 #include <ostream>
 #include <sstream>
+#include <string_view>
 
+#include "common/insertion.h"
 #include "common/line_buffer.h"
-#include "common/plain.h"
 #include "common/stream_state.h"
+#include "sys/plain_records.h"
 
 namespace {
+
+using qorutil_internal::insertRecord;
+using qorutil_internal::LineBuffer;
+using qorutil_internal::printPlainly;
+using qorutil_internal::StreamState;
+using qorutil_internal::takesNumbers;
 
 // The wall clock in whole seconds, truncated toward zero. On 32-bit targets the
 // system clock of the standard library may end with a time_t of its own.
@@ -75,22 +83,25 @@ std::ostream& printTimeOfDayPlainly(std::ostream& os, std::time_t seconds,
   return os << std::setw(fractionDigits) << fraction;
 }
 
+void putTimeOfDay(LineBuffer& line, std::time_t seconds, char separatorHint) {
+  const tm time = utcTime(seconds);
+  const char character = separatorFor(separatorHint);
+  const std::string_view separator(&character, separatorHint != '\0' ? 1 : 0);
+  line.decimal(time.tm_hour, 2).put(separator).decimal(time.tm_min, 2);
+  line.put(separator).decimal(time.tm_sec, 2);
+}
+
 std::ostream& printTimeOfDay(std::ostream& os, std::time_t seconds,
                              std::int64_t fraction, int fractionDigits) {
-  constexpr std::size_t longest = 3 * 11 + 3 + 20;
-  LineBuffer line(os);
-  if (line.room() < longest) {
-    return printTimeOfDayPlainly(os, seconds, fraction, fractionDigits);
+  if (takesNumbers(os)) {
+    LineBuffer line;
+    putTimeOfDay(line, seconds, os.fill());
+    line.put('.').decimal(fraction, static_cast<std::size_t>(fractionDigits));
+    if (insertRecord(os, line.view())) {
+      return os;
+    }
   }
-  const tm time = utcTime(seconds);
-  const char hint = os.fill();
-  const char separator = separatorFor(hint);
-  const std::size_t separators = hint != '\0' ? 1 : 0;
-  line.decimal(time.tm_hour, 2).pad(separators, separator);
-  line.decimal(time.tm_min, 2).pad(separators, separator);
-  line.decimal(time.tm_sec, 2).put('.');
-  return line.decimal(fraction, static_cast<std::size_t>(fractionDigits))
-      .insert();
+  return printTimeOfDayPlainly(os, seconds, fraction, fractionDigits);
 }
 
 void putTime(LineBuffer& line, const tm& time) {
@@ -104,16 +115,27 @@ void putTime(LineBuffer& line, const tm& time) {
 
 }  // namespace
 
-std::string getAscTime() {
-  const std::time_t now = wallClockSeconds();
-  tm local{};
-  if (localtime_r(&now, &local) == nullptr) {
-    return {};
-  }
-  std::array<char, 64> buffer{};
-  asctime_r(&local, buffer.data());
-  std::string text(buffer.data());
-  return rightTrim(text, " \t\r\n\f");
+namespace qorutil_internal {
+
+std::ostream& printPlainly(std::ostream& os, const tm& time) {
+  const StreamState restored(os);
+  os.flags(std::ios_base::dec | std::ios_base::fixed);
+  os.fill('0');
+  // Wider than the fields, so that no field value overflows.
+  os << std::setw(4) << std::int64_t{time.tm_year} + 1900 << '-';
+  os << std::setw(2) << std::int64_t{time.tm_mon} + 1 << '-';
+  os << std::setw(2) << time.tm_mday << ' ';
+  os << std::setw(2) << time.tm_hour << ':';
+  os << std::setw(2) << time.tm_min << ':';
+  return os << std::setw(2) << time.tm_sec;
+}
+
+std::ostream& printPlainly(std::ostream& os, const timeval& time) {
+  return printTimeOfDayPlainly(os, time.tv_sec, time.tv_usec, 6);
+}
+
+std::ostream& printPlainly(std::ostream& os, const timespec& time) {
+  return printTimeOfDayPlainly(os, time.tv_sec, time.tv_nsec, 9);
 }
 
 std::string printTimePlainly(std::uint64_t microseconds) {
@@ -124,6 +146,20 @@ std::string printTimePlainly(std::uint64_t microseconds) {
   printPlainly(text, utcTime(time.tv_sec));
   text << ',' << std::setfill('0') << std::setw(6) << time.tv_usec;
   return text.str();
+}
+
+}  // namespace qorutil_internal
+
+std::string getAscTime() {
+  const std::time_t now = wallClockSeconds();
+  tm local{};
+  if (localtime_r(&now, &local) == nullptr) {
+    return {};
+  }
+  std::array<char, 64> buffer{};
+  asctime_r(&local, buffer.data());
+  std::string text(buffer.data());
+  return rightTrim(text, " \t\r\n\f");
 }
 
 std::string printTime(std::uint64_t microseconds) {
@@ -141,39 +177,19 @@ std::string getPosixTime() {
   return text.str();
 }
 
-std::ostream& printPlainly(std::ostream& os, const tm& time) {
-  const StreamState restored(os);
-  os.flags(std::ios_base::dec | std::ios_base::fixed);
-  os.fill('0');
-  // Wider than the fields, so that no field value overflows.
-  os << std::setw(4) << std::int64_t{time.tm_year} + 1900 << '-';
-  os << std::setw(2) << std::int64_t{time.tm_mon} + 1 << '-';
-  os << std::setw(2) << time.tm_mday << ' ';
-  os << std::setw(2) << time.tm_hour << ':';
-  os << std::setw(2) << time.tm_min << ':';
-  return os << std::setw(2) << time.tm_sec;
-}
-
 std::ostream& operator<<(std::ostream& os, const tm& time) {
-  constexpr std::size_t longest = 6 * 11 + 5;
-  LineBuffer line(os);
-  if (line.room() < longest) {
-    return printPlainly(os, time);
+  if (takesNumbers(os)) {
+    LineBuffer line;
+    putTime(line, time);
+    if (insertRecord(os, line.view())) {
+      return os;
+    }
   }
-  putTime(line, time);
-  return line.insert();
-}
-
-std::ostream& printPlainly(std::ostream& os, const timeval& time) {
-  return printTimeOfDayPlainly(os, time.tv_sec, time.tv_usec, 6);
+  return printPlainly(os, time);
 }
 
 std::ostream& operator<<(std::ostream& os, const timeval& time) {
   return printTimeOfDay(os, time.tv_sec, time.tv_usec, 6);
-}
-
-std::ostream& printPlainly(std::ostream& os, const timespec& time) {
-  return printTimeOfDayPlainly(os, time.tv_sec, time.tv_nsec, 9);
 }
 
 std::ostream& operator<<(std::ostream& os, const timespec& time) {

@@ -8,10 +8,16 @@
 #include <ostream>
 #include <string_view>
 
-#include "common/plain.h"
+#include "common/insertion.h"
 #include "common/stream_state.h"
+#include "text/plain_text.h"
 
 namespace {
+
+using qorutil_internal::insertRecord;
+using qorutil_internal::printBinaryPlainly;
+using qorutil_internal::StreamState;
+using qorutil_internal::takesTexts;
 
 // The digits of the lowest `groups` groups of four bits. The text grows from
 // its least significant end.
@@ -54,6 +60,8 @@ char* writeBinaryDigits(char* to, std::uint64_t value, unsigned groups,
 
 }  // namespace
 
+namespace qorutil_internal {
+
 std::ostream& printBinaryPlainly(std::ostream& os, std::uint64_t value,
                                  std::uint64_t bits) {
   const StreamState restored(os);
@@ -67,6 +75,8 @@ std::ostream& printBinaryPlainly(std::ostream& os, std::uint64_t value,
                             (flags & std::ios_base::internal) != 0);
 }
 
+}  // namespace qorutil_internal
+
 // The text is one insertion anyway; what is saved is the string.
 std::ostream& BinaryBase::print(std::ostream& os, std::uint64_t value,
                                 std::uint64_t bits) {
@@ -78,8 +88,12 @@ std::ostream& BinaryBase::print(std::ostream& os, std::uint64_t value,
   const char* const end =
       writeBinaryDigits(digits, value, static_cast<unsigned>(bits / 4),
                         (flags & std::ios_base::internal) != 0);
+  const std::string_view text(digits, static_cast<std::size_t>(end - digits));
+  if (takesTexts(os) && insertRecord(os, text)) {
+    return os;
+  }
   const StreamState restored(os);
   os.flags(std::ios_base::fixed | (flags & std::ios_base::left));
   os.fill(' ');
-  return os << std::string_view(digits, static_cast<std::size_t>(end - digits));
+  return os << text;
 }

@@ -10,12 +10,24 @@
 #include <locale>
 #include <ostream>
 #include <sstream>
+#include <string_view>
 
-#include "common/line_buffer.h"
-#include "common/plain.h"
+#include "common/hex_pairs.h"
+#include "common/insertion.h"
 #include "common/stream_state.h"
+#include "text/plain_text.h"
 
 namespace {
+
+using qorutil_internal::getEscapedPlainly;
+using qorutil_internal::insertRecord;
+using qorutil_internal::insertText;
+using qorutil_internal::printEscapedPlainly;
+using qorutil_internal::printPrintablePlainly;
+using qorutil_internal::StreamState;
+using qorutil_internal::takesNumbers;
+using qorutil_internal::takesTexts;
+using qorutil_internal::writeHexPair;
 
 struct NamedEscape {
   char byte;
@@ -26,9 +38,6 @@ constexpr NamedEscape namedEscapes[] = {
     {'\0', "\\0"}, {'\a', "\\a"}, {'\b', "\\b"}, {'\t', "\\t"},  {'\n', "\\n"},
     {'\v', "\\v"}, {'\f', "\\f"}, {'\r', "\\r"}, {'\\', "\\\\"},
 };
-
-// Where a part has to be printed plainly, that makes room for the next one.
-constexpr std::size_t plainBytes = 16;
 
 // The escape that has a letter of its own, or null.
 const char* namedEscape(char byte) {
@@ -68,25 +77,15 @@ void printEscapedByte(std::ostream& os, char byte) {
   }
 }
 
-// The bytes from `from` up to `to`, with the quotes at the ends of the text.
-void printEscapedPart(std::ostream& os, const std::string& text,
-                      std::size_t from, std::size_t to) {
-  if (from == 0) {
-    os << quoteOf(text);
-  }
-  for (std::size_t i = from; i < to; ++i) {
-    printEscapedByte(os, text[i]);
-  }
-  if (to == text.size()) {
-    os << quoteOf(text);
-  }
-}
-
 // The most characters that a byte becomes.
 constexpr std::size_t longestEscape = 4;
 
-// From this size on a table pays, though it is made for each call.
-constexpr std::size_t longText = 64;
+// What is inserted at once. The bytes of a piece and two quotes fit in.
+constexpr std::size_t pieceSize = 1000;
+constexpr std::size_t bytesOfAPiece = (pieceSize - 2) / longestEscape;
+
+// From this size on a table of all bytes pays, though it is made for each call.
+constexpr std::size_t longText = 2000;
 
 // What printEscapedByte() prints; returns where it ends.
 char* writeEscapedByte(char* to, char byte) {
@@ -102,27 +101,7 @@ char* writeEscapedByte(char* to, char byte) {
   }
   to[0] = '\\';
   to[1] = 'x';
-  std::memcpy(to + 2,
-              &hexPairs[std::size_t{2} * static_cast<unsigned char>(byte)], 2);
-  return to + longestEscape;
-}
-
-// Calls `ask` for the bytes whose class has to be known: those that occur, or
-// all of them where that is the quicker way.
-template <class Known, class Ask>
-void askForBytes(const std::string& text, Known known, Ask ask) {
-  constexpr std::size_t manyBytes = 2048;
-  if (text.size() < manyBytes) {
-    for (const char byte : text) {
-      if (!known(byte)) {
-        ask(byte);
-      }
-    }
-    return;
-  }
-  for (int byte = 0; byte < 256; ++byte) {
-    ask(static_cast<char>(byte));
-  }
+  return writeHexPair(to + 2, static_cast<unsigned char>(byte));
 }
 
 char* writeEscapedBytes(char* to, const char* from, const char* end) {
@@ -132,33 +111,20 @@ char* writeEscapedBytes(char* to, const char* from, const char* end) {
   return to;
 }
 
-// What becomes of each byte of a text. Nothing is kept beyond a call.
+// What becomes of each byte. Nothing is kept beyond a call: the locale of the
+// process may be another one at the next.
 class Escapes {
  public:
-  explicit Escapes(const std::string& text) {
-    askForBytes(
-        text, [this](char byte) { return sizeOf(byte) != 0; },
-        [this](char byte) {
-          char* const start = texts[static_cast<unsigned char>(byte)];
-          const char* const end = writeEscapedByte(start, byte);
-          sizes[static_cast<unsigned char>(byte)] =
-              static_cast<unsigned char>(end - start);
-        });
+  Escapes() {
+    for (int byte = 0; byte < 256; ++byte) {
+      const char* const end =
+          writeEscapedByte(texts[byte], static_cast<char>(byte));
+      sizes[byte] = static_cast<unsigned char>(end - texts[byte]);
+    }
   }
 
-  std::size_t sizeOf(char byte) const {
-    return sizes[static_cast<unsigned char>(byte)];
-  }
-
-  // Writes longestEscape characters, of which those of the byte come first;
-  // returns where these end.
-  char* write(char* to, char byte) const {
-    const std::size_t size = sizeOf(byte);
-    std::memcpy(to, texts[static_cast<unsigned char>(byte)], longestEscape);
-    return to + size;
-  }
-
-  // The same for many bytes. Printable ones mostly come in runs.
+  // What writeEscapedBytes() writes, and up to longestEscape characters behind
+  // it. Printable bytes mostly come in runs.
   char* write(char* to, const char* from, const char* end) const {
     constexpr std::ptrdiff_t block = 8;
     for (; end - from >= block; from += block) {
@@ -168,16 +134,25 @@ class Escapes {
         continue;
       }
       for (std::ptrdiff_t i = 0; i < block; ++i) {
-        to = write(to, from[i]);
+        to = writeByte(to, from[i]);
       }
     }
     for (; from != end; ++from) {
-      to = write(to, *from);
+      to = writeByte(to, *from);
     }
     return to;
   }
 
  private:
+  std::size_t sizeOf(char byte) const {
+    return sizes[static_cast<unsigned char>(byte)];
+  }
+
+  char* writeByte(char* to, char byte) const {
+    std::memcpy(to, texts[static_cast<unsigned char>(byte)], longestEscape);
+    return to + sizeOf(byte);
+  }
+
   bool isPlainBlock(const char* from) const {
     const std::size_t sum =
         sizeOf(from[0]) + sizeOf(from[1]) + sizeOf(from[2]) + sizeOf(from[3]) +
@@ -185,87 +160,61 @@ class Escapes {
     return sum == 8;
   }
 
-  unsigned char sizes[256] = {};  // 0: not asked for
+  unsigned char sizes[256];
   char texts[256][longestEscape];
 };
 
-// What is shown for each byte of a text; NUL stands for a byte not asked for.
-class PrintableBytes {
+// The piece that begins with the byte at `from`, with the quotes at the ends of
+// the text.
+template <class Write>
+class EscapedPiece {
  public:
-  explicit PrintableBytes(const std::string& text) {
-    askForBytes(
-        text, [this](char byte) { return (*this)[byte] != '\0'; },
-        [this](char byte) {
-          shown[static_cast<unsigned char>(byte)] = shownByte(byte);
-        });
+  EscapedPiece(const std::string& text, std::size_t from, Write write)
+      : to(from + std::min(bytesOfAPiece, text.size() - from)) {
+    if (from == 0) {
+      *end++ = quoteOf(text);
+    }
+    end = write(end, text.data() + from, text.data() + to);
+    if (to == text.size()) {
+      *end++ = quoteOf(text);
+    }
   }
 
-  char operator[](char byte) const {
-    return shown[static_cast<unsigned char>(byte)];
+  // Where the next piece begins.
+  std::size_t next() const { return to; }
+
+  std::string_view view() const {
+    return {piece, static_cast<std::size_t>(end - piece)};
   }
 
  private:
-  char shown[256] = {};
+  char piece[pieceSize];
+  char* end = piece;
+  std::size_t to;
 };
 
-void printPrintablePart(std::ostream& os, const std::string& text,
-                        std::size_t from, std::size_t to) {
-  for (std::size_t i = from; i < to; ++i) {
-    os << shownByte(text[i]);
-  }
-}
-
-void putPrintable(LineBuffer& piece, const PrintableBytes& printable,
-                  const char* text, std::size_t size) {
-  char* const out = piece.position();
-  for (std::size_t i = 0; i < size; ++i) {
-    out[i] = printable[text[i]];
-  }
-  piece.position() += size;
-}
-
+// False when an insertion fails.
 template <class Write>
-std::size_t putEscapedPart(LineBuffer& piece, const std::string& text,
-                           std::size_t from, Write write) {
-  const std::size_t fitting = (piece.room() - 2) / longestEscape;
-  const std::size_t to = from + std::min(fitting, text.size() - from);
-  const char* const bytes = text.data();
-  char* out = piece.position();
-  if (from == 0) {
-    *out++ = quoteOf(text);
-  }
-  out = write(out, bytes + from, bytes + to);
-  if (to == text.size()) {
-    *out++ = quoteOf(text);
-  }
-  piece.position() = out;
-  return to;
-}
-
-// A part for which the stream has no room is printed plainly, which makes room.
-template <class Write>
-void printEscapedParts(std::ostream& os, const std::string& text, Write write) {
+bool printEscapedPieces(std::ostream& os, const std::string& text,
+                        Write write) {
   std::size_t from = 0;
   do {
-    LineBuffer piece(os);
-    const std::size_t end = from + std::min(plainBytes, text.size() - from);
-    if (piece.room() >= longestEscape * plainBytes + 2) {
-      from = putEscapedPart(piece, text, from, write);
-      piece.insert();
-    } else {
-      printEscapedPart(os, text, from, end);
-      from = end;
+    const EscapedPiece<Write> piece(text, from, write);
+    if (!insertRecord(os, piece.view())) {
+      return false;
     }
+    from = piece.next();
   } while (from < text.size());
+  return true;
 }
 
 template <class Write>
-std::string escapedParts(const std::string& text, Write write) {
+std::string escapedPieces(const std::string& text, Write write) {
   std::string escaped;
   std::size_t from = 0;
   do {
-    LineBuffer piece;
-    from = putEscapedPart(piece, text, from, write);
+    const EscapedPiece<Write> piece(text, from, write);
+    from = piece.next();
     if (escaped.empty() && from < text.size()) {
       escaped.reserve(text.size() + 2);
     }
@@ -280,28 +229,57 @@ auto withWriter(const std::string& text, Use use) {
   if (text.size() < longText) {
     return use(writeEscapedBytes);
   }
-  const Escapes escapes(text);
+  const Escapes escapes;
   return use([&escapes](char* to, const char* from, const char* end) {
     return escapes.write(to, from, end);
   });
 }
 
+// What is shown for each byte.
+class PrintableBytes {
+ public:
+  PrintableBytes() {
+    for (int byte = 0; byte < 256; ++byte) {
+      shown[byte] = shownByte(static_cast<char>(byte));
+    }
+  }
+
+  char operator()(char byte) const {
+    return shown[static_cast<unsigned char>(byte)];
+  }
+
+ private:
+  char shown[256];
+};
+
+// False when an insertion fails.
+template <class Show>
+bool printShown(std::ostream& os, const std::string& text, Show show) {
+  char piece[pieceSize];
+  for (std::size_t from = 0; from < text.size();) {
+    const std::size_t size = std::min(pieceSize, text.size() - from);
+    std::transform(text.data() + from, text.data() + from + size, piece, show);
+    if (!insertText(os, {piece, size})) {
+      return false;
+    }
+    from += size;
+  }
+  return true;
+}
+
 }  // namespace
+
+namespace qorutil_internal {
 
 std::ostream& printEscapedPlainly(std::ostream& os, const std::string& text) {
   const StreamState restored(os);
   os.flags(std::ios_base::hex | std::ios_base::fixed);
   os.fill('0');
-  printEscapedPart(os, text, 0, text.size());
-  return os;
-}
-
-std::ostream& printEscaped(std::ostream& os, const std::string& text) {
-  const StreamState restored(os);
-  os.flags(std::ios_base::hex | std::ios_base::fixed);
-  os.fill('0');
-  withWriter(text, [&](auto write) { printEscapedParts(os, text, write); });
-  return os;
+  os << quoteOf(text);
+  for (const char byte : text) {
+    printEscapedByte(os, byte);
+  }
+  return os << quoteOf(text);
 }
 
 std::string getEscapedPlainly(const std::string& text) {
@@ -310,38 +288,39 @@ std::string getEscapedPlainly(const std::string& text) {
   return os.str();
 }
 
+std::ostream& printPrintablePlainly(std::ostream& os, const std::string& text) {
+  for (const char byte : text) {
+    os << shownByte(byte);
+  }
+  return os;
+}
+
+}  // namespace qorutil_internal
+
+std::ostream& printEscaped(std::ostream& os, const std::string& text) {
+  const auto print = [&](auto write) {
+    return printEscapedPieces(os, text, write);
+  };
+  if (takesNumbers(os) && withWriter(text, print)) {
+    return os;
+  }
+  return printEscapedPlainly(os, text);
+}
+
 // A fresh stream would have the global locale, which may group digits.
 std::string getEscaped(const std::string& text) {
   if (std::locale() != std::locale::classic()) {
     return getEscapedPlainly(text);
   }
   return withWriter(text,
-                    [&](auto write) { return escapedParts(text, write); });
-}
-
-std::ostream& printPrintablePlainly(std::ostream& os, const std::string& text) {
-  printPrintablePart(os, text, 0, text.size());
-  return os;
+                    [&](auto write) { return escapedPieces(text, write); });
 }
 
 std::ostream& printPrintable(std::ostream& os, const std::string& text) {
-  if ((os.flags() & std::ios_base::unitbuf) != 0) {
-    return printPrintablePlainly(os, text);
+  if (takesTexts(os) &&
+      (text.size() < longText ? printShown(os, text, shownByte)
+                              : printShown(os, text, PrintableBytes()))) {
+    return os;
   }
-  const PrintableBytes printable(text);
-  std::size_t from = 0;
-  while (from < text.size()) {
-    LineBuffer piece(os);
-    const bool atOnce = piece.room() >= plainBytes;
-    const std::size_t size =
-        std::min(atOnce ? piece.room() : plainBytes, text.size() - from);
-    if (atOnce) {
-      putPrintable(piece, printable, text.data() + from, size);
-      piece.insert();
-    } else {
-      printPrintablePart(os, text, from, from + size);
-    }
-    from += size;
-  }
-  return os;
+  return printPrintablePlainly(os, text);
 }

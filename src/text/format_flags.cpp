@@ -3,16 +3,23 @@
 #include "qorutil/formatting.h"
 
 #include <ostream>
+#include <string_view>
 
+#include "common/insertion.h"
 #include "common/line_buffer.h"
-#include "common/plain.h"
 #include "common/stream_state.h"
+#include "text/plain_text.h"
 
 namespace {
 
+using qorutil_internal::insertRecord;
+using qorutil_internal::LineBuffer;
+using qorutil_internal::printPlainly;
+using qorutil_internal::takesTexts;
+
 struct FlagName {
   std::ios_base::fmtflags flag;
-  const char* text;
+  std::string_view text;
 };
 
 // In ascending order of the bits, which are those of libstdc++.
@@ -36,6 +43,8 @@ constexpr FlagName flagNames[] = {
 
 }  // namespace
 
+namespace qorutil_internal {
+
 std::ostream& printPlainly(std::ostream& os, std::ios_base::fmtflags flags) {
   const StreamState restored(os);
   os.flags(std::ios_base::fixed);
@@ -49,18 +58,21 @@ std::ostream& printPlainly(std::ostream& os, std::ios_base::fmtflags flags) {
   return os << " )";
 }
 
+}  // namespace qorutil_internal
+
 std::ostream& operator<<(std::ostream& os,
                          const std::ios_base::fmtflags& flags) {
-  constexpr std::size_t longest = 160;
-  LineBuffer line(os);
-  if (line.room() < longest) {
-    return printPlainly(os, flags);
-  }
-  line.put('(');
-  for (const FlagName& name : flagNames) {
-    if ((flags & name.flag) != 0) {
-      line.put(name.text);
+  if (takesTexts(os)) {
+    LineBuffer line;
+    line.put('(');
+    for (const FlagName& name : flagNames) {
+      if ((flags & name.flag) != 0) {
+        line.put(name.text);
+      }
+    }
+    if (insertRecord(os, line.put(" )").view())) {
+      return os;
     }
   }
-  return line.put(" )").insert();
+  return printPlainly(os, flags);
 }

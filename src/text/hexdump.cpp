@@ -8,11 +8,18 @@
 #include <iomanip>
 #include <ostream>
 
+#include "common/insertion.h"
 #include "common/line_buffer.h"
-#include "common/plain.h"
 #include "common/stream_state.h"
+#include "text/plain_text.h"
 
 namespace {
+
+using qorutil_internal::hexdumpPlainly;
+using qorutil_internal::insertText;
+using qorutil_internal::LineBuffer;
+using qorutil_internal::StreamState;
+using qorutil_internal::takesNumbers;
 
 struct Dump {
   const unsigned char* bytes;
@@ -38,11 +45,8 @@ void printLineStart(std::ostream& os, const Dump& dump, std::size_t offset) {
   }
 }
 
-// The bytes from `offset` up to `end`, and what stands in front of the lines
-// that begin there.
-void printPart(std::ostream& os, const Dump& dump, std::size_t offset,
-               std::size_t end) {
-  for (; offset < end; ++offset) {
+void printBytes(std::ostream& os, const Dump& dump) {
+  for (std::size_t offset = 0; offset < dump.size; ++offset) {
     if (offset % dump.bytesPerLine == 0) {
       if (offset != 0) {
         os << '\n';
@@ -75,87 +79,59 @@ void putLineStart(LineBuffer& piece, const Dump& dump, std::size_t prefixSize,
   }
 }
 
-void putBytes(LineBuffer& piece, const unsigned char* bytes,
-              std::size_t count) {
-  char* out = piece.position();
-  for (std::size_t i = 0; i < count; ++i, out += 3) {
-    *out = ' ';
-    std::memcpy(out + 1, &hexPairs[std::size_t{2} * bytes[i]], 2);
-  }
-  piece.position() = out;
-}
+// The longest that stands in front of the bytes of a line, but for the prefix.
+constexpr std::size_t longestStart = 24;
 
-// Fills the piece with what comes from `offset` on; returns the offset behind.
+// A longer one leaves a piece no room for bytes.
+constexpr std::size_t longestPrefix = LineBuffer::capacity / 2;
+
+// Fills the piece, but for one character, with what comes from `offset` on;
+// returns the offset behind.
 std::size_t putPart(LineBuffer& piece, const Dump& dump, std::size_t prefixSize,
                     std::size_t offset) {
-  const std::size_t longestStart = prefixSize + 24;
   while (offset < dump.size) {
     const std::uint64_t column = offset % dump.bytesPerLine;
-    const std::size_t start = column == 0 ? longestStart : 0;
-    if (piece.room() < start + 3) {
+    const std::size_t start = column == 0 ? prefixSize + longestStart : 0;
+    if (piece.room() < start + 3 + 1) {
       break;
     }
     if (column == 0) {
       putLineStart(piece, dump, prefixSize, offset);
     }
     const std::size_t count =
-        std::min({dump.size - offset, piece.room() / 3,
+        std::min({dump.size - offset, (piece.room() - 1) / 3,
                   static_cast<std::size_t>(std::min<std::uint64_t>(
                       dump.bytesPerLine - column, LineBuffer::capacity))});
-    putBytes(piece, dump.bytes + offset, count);
+    piece.hexBytes(dump.bytes + offset, count);
     offset += count;
   }
   return offset;
 }
 
-// A part for which the stream has no room is printed plainly, which makes room.
-void printParts(std::ostream& os, const Dump& dump) {
-  constexpr std::size_t plainBytes = 16;
-  const std::size_t prefixSize =
-      dump.prefix != nullptr ? std::strlen(dump.prefix) : 0;
-  std::size_t offset = 0;
-  while (offset < dump.size) {
-    LineBuffer piece(os);
-    std::size_t end = putPart(piece, dump, prefixSize, offset);
-    if (end != offset) {
-      piece.insert();
-    } else {
-      end += std::min(plainBytes, dump.size - offset);
-      printPart(os, dump, offset, end);
-    }
-    offset = end;
-  }
-}
-
-template <class PrintBytes>
-void printDump(std::ostream& os, const Dump& dump, bool endLine,
-               const PrintBytes& printBytes) {
-  const StreamState restored(os);
-  os.flags(std::ios_base::internal | std::ios_base::fixed | std::ios_base::hex);
-  os.fill('0');
-  if (dump.size == 0) {
-    // A null prefix makes the stream bad here.
-    os << dump.prefix << ' ' << std::setw(8) << 0 << ':' << std::endl;
-  } else {
-    printBytes(os, dump);
-  }
-  if (endLine) {
-    os << std::endl;
-  }
-}
-
 }  // namespace
+
+namespace qorutil_internal {
 
 void hexdumpPlainly(std::ostream& os, const unsigned char* first,
                     const unsigned char* last, const char* prefix,
                     std::uint64_t bytesPerLine, hexdumpPrefix_t mode,
                     bool endLine) {
   const auto size = static_cast<std::size_t>(last - first);
-  printDump(os, {first, size, prefix, bytesPerLine, mode}, endLine,
-            [](std::ostream& stream, const Dump& dump) {
-              printPart(stream, dump, 0, dump.size);
-            });
+  const StreamState restored(os);
+  os.flags(std::ios_base::internal | std::ios_base::fixed | std::ios_base::hex);
+  os.fill('0');
+  if (size == 0) {
+    // A null prefix makes the stream bad here.
+    os << prefix << ' ' << std::setw(8) << 0 << ':' << std::endl;
+  } else {
+    printBytes(os, {first, size, prefix, bytesPerLine, mode});
+  }
+  if (endLine) {
+    os << std::endl;
+  }
 }
+
+}  // namespace qorutil_internal
 
 template <>
 void hexdump<const unsigned char*>(std::ostream& os, const unsigned char* first,
@@ -164,5 +140,27 @@ void hexdump<const unsigned char*>(std::ostream& os, const unsigned char* first,
                                    std::uint64_t bytesPerLine,
                                    hexdumpPrefix_t mode, bool endLine) {
   const auto size = static_cast<std::size_t>(last - first);
-  printDump(os, {first, size, prefix, bytesPerLine, mode}, endLine, printParts);
+  const std::size_t prefixSize = prefix != nullptr ? std::strlen(prefix) : 0;
+  if (size == 0 || prefixSize > longestPrefix || !takesNumbers(os)) {
+    hexdumpPlainly(os, first, last, prefix, bytesPerLine, mode, endLine);
+    return;
+  }
+  const Dump dump{first, size, prefix, bytesPerLine, mode};
+  const StreamState restored(os);
+  os.unsetf(std::ios_base::unitbuf);
+  std::size_t offset = 0;
+  do {
+    LineBuffer piece;
+    offset = putPart(piece, dump, prefixSize, offset);
+    if (endLine && offset == size) {
+      piece.put('\n');
+    }
+    if (!insertText(os, piece.view())) {
+      hexdumpPlainly(os, first, last, prefix, bytesPerLine, mode, endLine);
+      return;
+    }
+  } while (offset < size);
+  if (endLine) {
+    os.flush();
+  }
 }

@@ -2,18 +2,32 @@
 
 #include "qorutil/formatting.h"
 
+#include <algorithm>
 #include <bitset>
+#include <charconv>
 #include <cstddef>
+#include <iterator>
 #include <locale>
 #include <ostream>
 #include <sstream>
 #include <string_view>
 
+#include "common/insertion.h"
 #include "common/line_buffer.h"
-#include "common/plain.h"
 #include "common/stream_state.h"
+#include "text/plain_text.h"
 
 namespace {
+
+using qorutil_internal::insertRecord;
+using qorutil_internal::insertText;
+using qorutil_internal::LineBuffer;
+using qorutil_internal::makeStringPlainly;
+using qorutil_internal::printSeparatedListPlainly;
+using qorutil_internal::printUnknownEnumPlainly;
+using qorutil_internal::setBits2listPlainly;
+using qorutil_internal::takesNumbers;
+using qorutil_internal::takesTexts;
 
 template <class T>
 std::string formatted(T value, std::ios_base::fmtflags flags) {
@@ -23,9 +37,6 @@ std::string formatted(T value, std::ios_base::fmtflags flags) {
   return os.str();
 }
 
-constexpr auto lowerDigits = "0123456789abcdef";
-constexpr auto upperDigits = "0123456789ABCDEF";
-
 // The same without a stream, for the classic locale: the absolute value in the
 // base of the flags, with a sign in decimal and a prefix elsewhere.
 std::string formattedDirectly(std::uint64_t value, std::string_view decimalSign,
@@ -33,9 +44,8 @@ std::string formattedDirectly(std::uint64_t value, std::string_view decimalSign,
   const std::ios_base::fmtflags baseFlag = flags & std::ios_base::basefield;
   const bool upperCase = (flags & std::ios_base::uppercase) != 0;
   const bool prefixed = (flags & std::ios_base::showbase) != 0 && value != 0;
-  const char* const digits = upperCase ? upperDigits : lowerDigits;
   std::string_view prefix = decimalSign;
-  std::uint64_t base = 10;
+  int base = 10;
   if (baseFlag == std::ios_base::hex) {
     base = 16;
     prefix = !prefixed ? "" : upperCase ? "0X" : "0x";
@@ -44,15 +54,14 @@ std::string formattedDirectly(std::uint64_t value, std::string_view decimalSign,
     prefix = prefixed ? "0" : "";
   }
   char text[24];
-  char* const behind = text + sizeof(text);
-  char* first = behind;
-  do {
-    *--first = digits[value % base];
-    value /= base;
-  } while (value != 0);
-  first -= prefix.size();
-  prefix.copy(first, prefix.size());
-  return {first, behind};
+  char* const digits = text + prefix.copy(text, prefix.size());
+  char* const end = std::to_chars(digits, std::end(text), value, base).ptr;
+  if (upperCase && base == 16) {
+    std::transform(digits, end, digits, [](char digit) {
+      return static_cast<char>(digit >= 'a' ? digit - 'a' + 'A' : digit);
+    });
+  }
+  return {text, end};
 }
 
 std::string formattedUnsigned(unsigned long value,
@@ -104,7 +113,36 @@ std::string bitNumbers(std::uint64_t bits, const char* separator) {
   }
 }
 
+// Adds the selected texts. False leaves the list to the plain way: nothing is
+// selected, a text is null, or the line has no room for all.
+bool putList(LineBuffer& line,
+             const std::vector<std::pair<bool, const char*>>& list,
+             const char* separator) {
+  const std::string_view gap = separator != nullptr ? separator : "";
+  bool empty = true;
+  for (const auto& [selected, text] : list) {
+    if (!selected) {
+      continue;
+    }
+    if (text == nullptr) {
+      return false;
+    }
+    const std::string_view entry = text;
+    if (line.room() < gap.size() + entry.size()) {
+      return false;
+    }
+    if (!empty) {
+      line.put(gap);
+    }
+    line.put(entry);
+    empty = false;
+  }
+  return !empty;
+}
+
 }  // namespace
+
+namespace qorutil_internal {
 
 std::string makeStringPlainly(int value, std::ios_base::fmtflags flags) {
   return formatted(value, flags);
@@ -131,6 +169,36 @@ std::string setBits2listPlainly(std::uint64_t bits, const char* separator) {
   }
   return os.str();
 }
+
+void printSeparatedListPlainly(
+    std::ostream& os, const std::vector<std::pair<bool, const char*>>& list,
+    const char* separator, const char* emptyText) {
+  if (separator == nullptr) {
+    separator = "";
+  }
+  const char* pending = "";
+  bool empty = true;
+  for (const auto& [selected, text] : list) {
+    if (!selected) {
+      continue;
+    }
+    os << pending << text;  // a null text makes the stream bad
+    pending = separator;
+    empty = false;
+  }
+  if (empty && emptyText != nullptr) {
+    os << emptyText;
+  }
+}
+
+void printUnknownEnumPlainly(std::ostream& os, int value) {
+  const StreamState restored(os);
+  os.flags(std::ios_base::hex | std::ios_base::fixed);
+  os.fill('0');
+  os << "<unknown: 0x" << value << '>';
+}
+
+}  // namespace qorutil_internal
 
 template <>
 std::string makeString<int>(const int& value, std::ios_base::fmtflags flags) {
@@ -177,38 +245,20 @@ std::string setBits2list<std::uint64_t>(std::uint64_t bits,
 void printSeparatedList(std::ostream& os,
                         const std::vector<std::pair<bool, const char*>>& list,
                         const char* separator, const char* emptyText) {
-  if (separator == nullptr) {
-    separator = "";
+  LineBuffer line;
+  if (!takesTexts(os) || !putList(line, list, separator) ||
+      !insertText(os, line.view())) {
+    printSeparatedListPlainly(os, list, separator, emptyText);
   }
-  const char* pending = "";
-  bool empty = true;
-  for (const auto& [selected, text] : list) {
-    if (!selected) {
-      continue;
-    }
-    os << pending << text;  // a null text makes the stream bad
-    pending = separator;
-    empty = false;
-  }
-  if (empty && emptyText != nullptr) {
-    os << emptyText;
-  }
-}
-
-void printUnknownEnumPlainly(std::ostream& os, int value) {
-  const StreamState restored(os);
-  os.flags(std::ios_base::hex | std::ios_base::fixed);
-  os.fill('0');
-  os << "<unknown: 0x" << value << '>';
 }
 
 void printUnknownEnum(std::ostream& os, int value) {
-  constexpr std::size_t longest = 21;
-  LineBuffer line(os);
-  if (line.room() < longest) {
-    printUnknownEnumPlainly(os, value);
-    return;
+  if (takesNumbers(os)) {
+    LineBuffer line;
+    line.put("<unknown: 0x").hexadecimal(static_cast<unsigned int>(value));
+    if (insertRecord(os, line.put('>').view())) {
+      return;
+    }
   }
-  line.put("<unknown: 0x").hexadecimal(static_cast<unsigned int>(value));
-  line.put('>').insert();
+  printUnknownEnumPlainly(os, value);
 }

@@ -20,6 +20,7 @@
 
 #include "support/capture.h"
 #include "support/odd_stream.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -48,12 +49,6 @@ extern "C" void regfree(regex_t* preg) {
 }
 
 namespace {
-
-std::string textOf(const Version& version) {
-  std::ostringstream os;
-  os << version;
-  return os.str();
-}
 
 struct FindCase {
   const char* name;
@@ -94,15 +89,18 @@ constexpr FindCase findCases[] = {
 class GetVersion : public testing::TestWithParam<FindCase> {};
 
 TEST_P(GetVersion, FindsTheFirst) {
-  EXPECT_EQ(textOf(Version::getVersion(GetParam().text)), GetParam().version);
+  EXPECT_EQ(printedText(Version::getVersion(GetParam().text)),
+            GetParam().version);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, GetVersion, testing::ValuesIn(findCases),
                          [](const auto& tested) { return tested.param.name; });
 
 TEST(GetVersionText, EndsAtItsFirstNulByte) {
-  EXPECT_EQ(textOf(Version::getVersion(std::string("x\0 1.2", 6))), "0.0.0.0");
-  EXPECT_EQ(textOf(Version::getVersion(std::string("1.2\0.3", 6))), "1.2.0.0");
+  EXPECT_EQ(printedText(Version::getVersion(std::string("x\0 1.2", 6))),
+            "0.0.0.0");
+  EXPECT_EQ(printedText(Version::getVersion(std::string("1.2\0.3", 6))),
+            "1.2.0.0");
 }
 
 TEST(GetVersionText, PartOfManyDigitsIsStoredAsSscanfStoresIt) {
@@ -160,7 +158,8 @@ TEST(GetVersionText, RandomTextsGiveWhatAPlainScanFinds) {
     for (auto left = random() % 16; left > 0; --left) {
       text += alphabet[random() % 8];
     }
-    ASSERT_EQ(textOf(Version::getVersion(text)), textOf(plainVersion(text)))
+    ASSERT_EQ(printedText(Version::getVersion(text)),
+              printedText(plainVersion(text)))
         << text;
   }
 }
@@ -181,14 +180,14 @@ class GetVersionPattern : public testing::Test {
 };
 
 TEST_F(GetVersionPattern, IsReleasedAfterEachSearch) {
-  EXPECT_EQ(textOf(Version::getVersion("\xC3\xA4 1.2")), "1.2.0.0");
-  EXPECT_EQ(textOf(Version::getVersion("\xC3\xA4")), "0.0.0.0");
+  EXPECT_EQ(printedText(Version::getVersion("\xC3\xA4 1.2")), "1.2.0.0");
+  EXPECT_EQ(printedText(Version::getVersion("\xC3\xA4")), "0.0.0.0");
   EXPECT_EQ(compiledPatterns, 2);
   EXPECT_EQ(releasedPatterns, 2);
 }
 
 TEST_F(GetVersionPattern, IsNotNeededForAsciiTexts) {
-  EXPECT_EQ(textOf(Version::getVersion("fw 1.2")), "1.2.0.0");
+  EXPECT_EQ(printedText(Version::getVersion("fw 1.2")), "1.2.0.0");
   EXPECT_EQ(compiledPatterns, 0);
 }
 
@@ -196,7 +195,7 @@ TEST_F(GetVersionPattern, WithoutAPatternThereIsNoVersion) {
   const Capture capture;
   compilingFails = true;
   const Version found = Version::getVersion("\xC3\xA4 1.2");
-  EXPECT_EQ(textOf(found), "0.0.0.0");
+  EXPECT_EQ(printedText(found), "0.0.0.0");
   EXPECT_EQ(capture.transcript(), "");
 }
 
@@ -204,7 +203,7 @@ TEST(VersionRecord, StartsAsAllZeros) {
   constexpr Version version;
   static_assert(version.major == 0 && version.minor == 0);
   static_assert(version.release == 0 && version.build == 0);
-  EXPECT_EQ(textOf(version), "0.0.0.0");
+  EXPECT_EQ(printedText(version), "0.0.0.0");
 }
 
 TEST(VersionRecord, HoldsFourUnsigned16BitNumbersInOrder) {
@@ -213,7 +212,7 @@ TEST(VersionRecord, HoldsFourUnsigned16BitNumbersInOrder) {
   static_assert(std::is_same_v<decltype(Version::release), std::uint16_t>);
   static_assert(std::is_same_v<decltype(Version::build), std::uint16_t>);
   static_assert(sizeof(Version) == 8);
-  EXPECT_EQ(textOf(Version(1, 2, 3, 4)), "1.2.3.4");
+  EXPECT_EQ(printedText(Version(1, 2, 3, 4)), "1.2.3.4");
 }
 
 TEST(VersionRecord, BuildMayBeLeftOut) {
@@ -248,7 +247,7 @@ TEST(VersionComparison, IsNumericAndConstant) {
 }
 
 TEST(VersionPrinter, WritesAlwaysFourParts) {
-  EXPECT_EQ(textOf(Version(1, 2, 0)), "1.2.0.0");
+  EXPECT_EQ(printedText(Version(1, 2, 0)), "1.2.0.0");
 }
 
 TEST(VersionPrinter, WritesDecimalOnAHexadecimalStreamAndLeavesItSo) {

@@ -34,6 +34,7 @@ struct PrinterCase {
   const char* name;
   void (*print)(std::ostream& os);
   const char* text;  // with oddFlags, the fill '*' and the width 16 pending
+  bool pieceByPiece{false};
 };
 
 void PrintTo(const PrinterCase& printer, std::ostream* os) {
@@ -59,7 +60,7 @@ const PrinterCase printers[] = {
      [](std::ostream& os) {
        hexdump(os, two, two, "rx", 1, HEXDUMP_OFFSET, true);
      },
-     "00000000000000rx 00000000:\n\n"},
+     "00000000000000rx 00000000:\n\n", true},
     {"BinaryBase", [](std::ostream& os) { BinaryBase::print(os, 0xA5, 8); },
      "10100101        "},
     {"Binary", [](std::ostream& os) { os << Binary{'a'}; }, "01100001        "},
@@ -94,7 +95,7 @@ const PrinterCase printers[] = {
        job.next += std::chrono::nanoseconds(8);
        os << job;
      },
-     "(***************01750 ns,0 ns,010 ns)"},
+     "(***************01750 ns,0 ns,010 ns)", true},
     {"Version",
      [](std::ostream& os) {
        os << Version{1, 20, 3, 4};
@@ -115,7 +116,8 @@ const PrinterCase printers[] = {
        options.print(os);
      },
      "               -h          --help          This screen.\n"
-     "-l <loops>  --loops=<loops> Loop count (0..max), default=0=forever.\n"},
+     "-l <loops>  --loops=<loops> Loop count (0..max), default=0=forever.\n",
+     true},
     {"MqAttr",
      [](std::ostream& os) {
        mq_attr attr{};
@@ -158,7 +160,8 @@ const PrinterCase printers[] = {
      "freeram=+0.000000E+00B sharedram=+0.000000E+00B "
      "bufferram=+0.000000E+00B totalswap=+0.000000E+00B "
      "freeswap=+0.000000E+00B procs=0 totalhigh=+0.000000E+00B "
-     "freehigh=+0.000000E+00B mem_unit=010"},
+     "freehigh=+0.000000E+00B mem_unit=010",
+     true},
 };
 
 // Takes `capacity` characters; the next one fails, by the result of overflow()
@@ -185,6 +188,23 @@ class FailingBuffer : public std::streambuf {
  private:
   std::size_t capacity;
   bool throws;
+};
+
+// Counts the insertions, whatever they bring.
+class CountingBuffer : public std::streambuf {
+ public:
+  int insertions{0};
+
+ protected:
+  std::streamsize xsputn(const char* /*from*/, std::streamsize count) override {
+    ++insertions;
+    return count;
+  }
+
+  int_type overflow(int_type character) override {
+    ++insertions;
+    return traits_type::not_eof(character);
+  }
 };
 
 void makeOdd(std::ostream& os) {
@@ -259,6 +279,19 @@ TEST_P(Printers, FormatComesBackWhenAnExceptionOfTheBufferPassesOn) {
     os.exceptions(std::ios_base::badbit);
     EXPECT_THROW(GetParam().print(os), std::size_t);
   });
+}
+
+TEST_P(Printers, InsertOnceOnAnOrdinaryStream) {
+  if (GetParam().pieceByPiece) {
+    GTEST_SKIP() << "prints piece by piece";
+  }
+  CountingBuffer buffer;
+  std::ostream os(&buffer);
+  GetParam().print(os);
+  EXPECT_EQ(buffer.insertions, 1);
+  os << std::unitbuf << std::hex << std::setfill('*');
+  GetParam().print(os);
+  EXPECT_EQ(buffer.insertions, 2);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, Printers, testing::ValuesIn(printers),

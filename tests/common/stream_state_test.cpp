@@ -12,6 +12,8 @@
 
 namespace {
 
+using qorutil_internal::StreamState;
+
 constexpr std::ios_base::fmtflags oddFlags =
     std::ios_base::hex | std::ios_base::left | std::ios_base::showbase |
     std::ios_base::uppercase | std::ios_base::unitbuf;

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cfenv>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -23,6 +25,7 @@
 #include <gtest/gtest.h>
 
 #include "support/odd_stream.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -46,13 +49,6 @@ extern "C" int sigismember(const sigset_t* signals, int number) noexcept {
 }
 
 namespace {
-
-template <class T>
-std::string textOf(const T& value) {
-  std::ostringstream os;
-  os << value;
-  return os.str();
-}
 
 // --- printSize
 
@@ -85,7 +81,7 @@ constexpr SizeCase sizeCases[] = {
 class PrintSizeText : public testing::TestWithParam<SizeCase> {};
 
 TEST_P(PrintSizeText, OnADefaultStream) {
-  EXPECT_EQ(textOf(printSize(GetParam().bytes)), GetParam().text);
+  EXPECT_EQ(printedText(printSize(GetParam().bytes)), GetParam().text);
 }
 
 TEST_P(PrintSizeText, PrintWritesTheSameAndReturnsTheStream) {
@@ -103,7 +99,7 @@ TEST(PrintSize, HoldsOneUnsigned64BitNumber) {
   static_assert(std::is_same_v<decltype(printSize::bytes), std::uint64_t>);
   static_assert(!std::is_convertible_v<std::uint64_t, printSize>);
   static_assert(sizeof(printSize) == sizeof(std::uint64_t));
-  EXPECT_EQ(textOf(size), "1.67772e+07TiB");
+  EXPECT_EQ(printedText(size), "1.67772e+07TiB");
 }
 
 TEST(PrintSize, InternalFlagPutsASpaceBeforeTheUnit) {
@@ -193,6 +189,25 @@ TEST(PrintSize, SurvivesShortBuffers) {
   EXPECT_TRUE(survivesShortBuffers(printSize(1536)));
 }
 
+// 1026 bytes are 1.001953125 KiB.
+TEST(PrintSize, RoundingModeHolds) {
+  struct {
+    int mode;
+    const char* text;
+  } const cases[] = {{FE_UPWARD, "1.00196KiB"},
+                     {FE_DOWNWARD, "1.00195KiB"},
+                     {FE_TOWARDZERO, "1.00195KiB"},
+                     {FE_TONEAREST, "1.00195KiB"}};
+
+  const int before = std::fegetround();
+  for (const auto& tested : cases) {
+    std::fesetround(tested.mode);
+    const std::string text = printedText(printSize(1026));
+    std::fesetround(before);
+    EXPECT_EQ(text, tested.text);
+  }
+}
+
 std::string formattedByC(double number, std::ios_base::fmtflags notation) {
   char text[400];
   const char* format = "%.6g";
@@ -261,13 +276,13 @@ mq_attr queue(long flags, long maxmsg, long msgsize, long curmsgs) {
 }
 
 TEST(QueueAttributes, FlagsAreHexadecimalAndTheRestDecimal) {
-  EXPECT_EQ(textOf(queue(0x800, 10, 8192, 0)), "(800,10,8192,0)");
-  EXPECT_EQ(textOf(queue(0xABCD, 16, 17, 18)), "(abcd,16,17,18)");
+  EXPECT_EQ(printedText(queue(0x800, 10, 8192, 0)), "(800,10,8192,0)");
+  EXPECT_EQ(printedText(queue(0xABCD, 16, 17, 18)), "(abcd,16,17,18)");
 }
 
 TEST(QueueAttributes, NegativeNumbersKeepTheirSignInDecimal) {
   const std::string flags(2 * sizeof(long), 'f');
-  EXPECT_EQ(textOf(queue(-1, -2, -3, -4)), "(" + flags + ",-2,-3,-4)");
+  EXPECT_EQ(printedText(queue(-1, -2, -3, -4)), "(" + flags + ",-2,-3,-4)");
 }
 
 TEST(QueueAttributes, OddStreamChangesNothingAndIsLeftAsItWas) {
@@ -315,16 +330,17 @@ std::string plainFolding(const std::vector<int>& numbers) {
 }
 
 TEST(SignalSet, EmptySet) {
-  EXPECT_EQ(textOf(signalSet({})), "[]");
+  EXPECT_EQ(printedText(signalSet({})), "[]");
 }
 
 TEST(SignalSet, RunsAreFolded) {
-  EXPECT_EQ(textOf(signalSet({1, 2, 3, 9, 15, 16})), "[1..3 9 15..16]");
+  EXPECT_EQ(printedText(signalSet({1, 2, 3, 9, 15, 16})), "[1..3 9 15..16]");
 }
 
 TEST(SignalSet, EverySignalAlone) {
   for (int number = 1; number <= 64; ++number) {
-    EXPECT_EQ(textOf(signalSet({number})), "[" + std::to_string(number) + "]");
+    EXPECT_EQ(printedText(signalSet({number})),
+              "[" + std::to_string(number) + "]");
   }
 }
 
@@ -333,28 +349,29 @@ TEST(SignalSet, EveryRun) {
     std::vector<int> numbers{first};
     for (int last = first + 1; last <= 64; ++last) {
       numbers.push_back(last);
-      EXPECT_EQ(textOf(signalSet(numbers)), "[" + std::to_string(first) + ".." +
-                                                std::to_string(last) + "]");
+      EXPECT_EQ(
+          printedText(signalSet(numbers)),
+          "[" + std::to_string(first) + ".." + std::to_string(last) + "]");
     }
   }
 }
 
 TEST(SignalSet, LastSignals) {
-  EXPECT_EQ(textOf(signalSet({64})), "[64]");
-  EXPECT_EQ(textOf(signalSet({63, 64})), "[63..64]");
+  EXPECT_EQ(printedText(signalSet({64})), "[64]");
+  EXPECT_EQ(printedText(signalSet({63, 64})), "[63..64]");
 }
 
 TEST(SignalSet, FullSetEndsAtThePlatformsLastSignal) {
   sigset_t signals;
   std::memset(&signals, 0xFF, sizeof(signals));
-  EXPECT_EQ(textOf(signals), "[1..64]");
+  EXPECT_EQ(printedText(signals), "[1..64]");
 }
 
 TEST(SignalSet, BitsOfUnknownSignalsDoNotCount) {
   sigset_t signals;
   std::memset(&signals, 0xFF, sizeof(signals));
   std::memset(&signals, 0, 8);
-  EXPECT_EQ(textOf(signals), "[]");
+  EXPECT_EQ(printedText(signals), "[]");
 }
 
 TEST(SignalSet, RandomSetsFoldAsPlainly) {
@@ -370,7 +387,7 @@ TEST(SignalSet, RandomSetsFoldAsPlainly) {
         numbers.push_back(number);
       }
     }
-    ASSERT_EQ(textOf(signalSet(numbers)), plainFolding(numbers));
+    ASSERT_EQ(printedText(signalSet(numbers)), plainFolding(numbers));
   }
 }
 
@@ -398,13 +415,15 @@ class ForeignSignalSet : public testing::Test {
 
   ~ForeignSignalSet() override { answers = nullptr; }
 
-  std::string text() const { return textOf(sigset_t{}); }
+  static std::string text() { return printedText(sigset_t{}); }
 
   std::array<int, signalCount> members{};
 };
 
 TEST_F(ForeignSignalSet, EveryNumberFrom0To1023IsAskedOnceInOrder) {
-  EXPECT_EQ(text(), "[]");
+  std::ostringstream os;
+  os << sigset_t{};
+  EXPECT_EQ(os.str(), "[]");
   ASSERT_EQ(asked.size(), 1024U);
   for (int number = 0; number < signalCount; ++number) {
     EXPECT_EQ(asked[static_cast<std::size_t>(number)], number);
@@ -448,6 +467,15 @@ TEST_F(ForeignSignalSet, AllNumbers) {
   EXPECT_EQ(text(), "[0..1023]");
 }
 
+TEST_F(ForeignSignalSet, MoreRunsThanAPlatformCanHave) {
+  std::string expected = "[0";
+  for (std::size_t number = 0; number < members.size(); number += 2) {
+    members.at(number) = 1;
+    expected += number == 0 ? "" : ' ' + std::to_string(number);
+  }
+  EXPECT_EQ(text(), expected + ']');
+}
+
 // --- can_frame
 
 can_frame frameOf(std::uint32_t id, const std::vector<unsigned char>& bytes) {
@@ -482,7 +510,8 @@ const FrameCase frameCases[] = {
 class CanFrame : public testing::TestWithParam<FrameCase> {};
 
 TEST_P(CanFrame, OnADefaultStream) {
-  EXPECT_EQ(textOf(frameOf(GetParam().id, GetParam().bytes)), GetParam().text);
+  EXPECT_EQ(printedText(frameOf(GetParam().id, GetParam().bytes)),
+            GetParam().text);
 }
 
 TEST_P(CanFrame, OddStreamChangesNothingAndIsLeftAsItWas) {
@@ -524,7 +553,7 @@ TEST(CanFrameFlags, EveryFlagCombinationAndLength) {
           text.append(expected, static_cast<std::size_t>(size));
         }
       }
-      EXPECT_EQ(textOf(frameOf(id | flags << 29, bytes)), text);
+      EXPECT_EQ(printedText(frameOf(id | flags << 29, bytes)), text);
     }
   }
 }
@@ -533,19 +562,32 @@ TEST(CanFrameFlags, EveryDataByte) {
   for (unsigned byte = 0; byte < 256; ++byte) {
     char expected[40];
     std::snprintf(expected, sizeof(expected), "00000001  DATA  1  %02x", byte);
-    EXPECT_EQ(textOf(frameOf(1, {static_cast<unsigned char>(byte)})), expected);
+    EXPECT_EQ(printedText(frameOf(1, {static_cast<unsigned char>(byte)})),
+              expected);
   }
 }
 
 TEST(CanFrameFlags, LengthAbove8IsNotClampedAndReadsOn) {
-  canfd_frame longer{};
-  longer.can_id = 5;
-  longer.len = 12;
-  for (unsigned char i = 0; i < 12; ++i) {
-    longer.data[i] = static_cast<unsigned char>(0xA0 + i);
+  // As much behind the frame as the largest length reads.
+  struct {
+    can_frame frame;
+    unsigned char more[255];
+  } longer{};
+
+  longer.frame.can_id = 5;
+  auto* const data =
+      reinterpret_cast<unsigned char*>(&longer) + offsetof(can_frame, data);
+  std::string bytes;
+  for (unsigned length = 1; length <= 255; ++length) {
+    data[length - 1] = static_cast<unsigned char>(0xA0 + length);
+    char digits[8];
+    std::snprintf(digits, sizeof(digits), " %02x", (0xA0 + length) % 256);
+    bytes += digits;
+    longer.frame.can_dlc = static_cast<unsigned char>(length);
+    std::snprintf(digits, sizeof(digits), "%x", length);
+    EXPECT_EQ(printedText(longer.frame),
+              std::string("00000005  DATA  ") + digits + ' ' + bytes);
   }
-  EXPECT_EQ(textOf(reinterpret_cast<const can_frame&>(longer)),
-            "00000005  DATA  c  a0 a1 a2 a3 a4 a5 a6 a7 a8 a9 aa ab");
 }
 
 }  // namespace

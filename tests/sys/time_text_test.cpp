@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "support/capture.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -101,13 +102,6 @@ class TimeTextTest : public testing::Test {
 using AscTime = TimeTextTest;
 using PosixTime = TimeTextTest;
 using PrintTime = TimeTextTest;
-
-template <class Record>
-std::string printed(const Record& record) {
-  std::ostringstream os;
-  os << record;
-  return os.str();
-}
 
 TEST_F(AscTime, HasTheLayoutOfAsctimeWithoutTheNewline) {
   const Zone zone("UTC0");
@@ -243,10 +237,11 @@ TEST_F(PrintTime, DoesNotDependOnTheGlobalLocale) {
   const std::locale saved =
       std::locale::global(std::locale(std::locale::classic(), new Grouping));
   const std::string text = printTime(1700000000123456);
-  const std::string ordinary = printed(1234);
+  std::ostringstream ordinary;
+  ordinary << 1234;
   std::locale::global(saved);
   EXPECT_EQ(text, "2023-11-14 22:13:20,123456");
-  EXPECT_EQ(ordinary, "1.234");
+  EXPECT_EQ(ordinary.str(), "1.234");
 }
 
 tm makeTm(int year, int month, int day, int hour, int minute, int second) {
@@ -294,7 +289,7 @@ const TmCase tmCases[] = {
 class TmText : public testing::TestWithParam<TmCase> {};
 
 TEST_P(TmText, PrintsTheFieldsAsTheyStand) {
-  EXPECT_EQ(printed(GetParam().record), GetParam().text);
+  EXPECT_EQ(printedText(GetParam().record), GetParam().text);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, TmText, testing::ValuesIn(tmCases),
@@ -326,13 +321,13 @@ class TimeOfDayText : public testing::TestWithParam<TimeOfDayCase> {};
 TEST_P(TimeOfDayText, OfATimevalOnADefaultStream) {
   const Zone zone("AAA-13:45");
   const timeval time{GetParam().seconds, GetParam().fraction};
-  EXPECT_EQ(printed(time), GetParam().timevalText);
+  EXPECT_EQ(printedText(time), GetParam().timevalText);
 }
 
 TEST_P(TimeOfDayText, OfATimespecOnADefaultStream) {
   const Zone zone("AAA-13:45");
   const timespec time{GetParam().seconds, GetParam().fraction};
-  EXPECT_EQ(printed(time), GetParam().timespecText);
+  EXPECT_EQ(printedText(time), GetParam().timespecText);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, TimeOfDayText,
@@ -345,7 +340,7 @@ TEST(TimeOfDay, SecondsBeyondEveryYearStillPrint) {
   }
   // gmtime_r fails for want of a year, behind the time of day.
   const timespec time{std::numeric_limits<std::time_t>::max(), 0};
-  EXPECT_EQ(printed(time), "15:30:07.000000000");
+  EXPECT_EQ(printedText(time), "15:30:07.000000000");
 }
 
 TEST(TimeOfDay, FillOfTheStreamChoosesTheSeparator) {
@@ -359,15 +354,14 @@ TEST(TimeOfDay, FillOfTheStreamChoosesTheSeparator) {
     }
     const std::string text = "22" + separator + "13" + separator + "20";
 
-    std::ostringstream os;
-    os << std::setfill(fill) << timeval{1700000000, 4200};
-    EXPECT_EQ(os.str(), text + ".004200") << byte;
-    EXPECT_EQ(os.fill(), fill);
-
-    os.str("");
-    os << timespec{1700000000, 4200};
-    EXPECT_EQ(os.str(), text + ".000004200") << byte;
-    EXPECT_EQ(os.fill(), fill);
+    const auto filled = [fill](const auto& time) {
+      return printed([fill, &time](std::ostream& os) {
+        os << std::setfill(fill) << time;
+        EXPECT_EQ(os.fill(), fill);
+      });
+    };
+    EXPECT_EQ(filled(timeval{1700000000, 4200}), text + ".004200") << byte;
+    EXPECT_EQ(filled(timespec{1700000000, 4200}), text + ".000004200") << byte;
   }
 }
 

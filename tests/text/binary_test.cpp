@@ -10,16 +10,17 @@
 #include <gtest/gtest.h>
 
 #include "support/digit_grouping.h"
+#include "support/printed.h"
 
 namespace {
 
 std::string printed(std::uint64_t value, std::uint64_t bits,
                     std::ios_base::fmtflags flags = {}, int width = 0) {
-  std::ostringstream os;
-  os.flags(flags);
-  os << std::setw(width);
-  BinaryBase::print(os, value, bits);
-  return os.str();
+  return ::printed([=](std::ostream& os) {
+    os.flags(flags);
+    os << std::setw(width);
+    BinaryBase::print(os, value, bits);
+  });
 }
 
 // The digits from the most significant end, as they are read.
@@ -145,9 +146,7 @@ TEST(BinaryBase, ReturnsTheStream) {
 
 template <class T>
 std::string shown(T value) {
-  std::ostringstream os;
-  os << Binary{value};
-  return os.str();
+  return printedText(Binary{value});
 }
 
 TEST(Binary, PrintsAsManyDigitsAsTheTypeHasBits) {

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "support/digit_grouping.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -30,15 +31,11 @@ int isprint(int character) noexcept {
 namespace {
 
 std::string escaped(const std::string& text) {
-  std::ostringstream os;
-  printEscaped(os, text);
-  return os.str();
+  return printed([&](std::ostream& os) { printEscaped(os, text); });
 }
 
 std::string printable(const std::string& text) {
-  std::ostringstream os;
-  printPrintable(os, text);
-  return os.str();
+  return printed([&](std::ostream& os) { printPrintable(os, text); });
 }
 
 // What the default locale makes of a byte between the quotes.

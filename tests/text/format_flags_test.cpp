@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/printed.h"
+
 namespace withAnOperator {
 
 struct Unrelated {};
@@ -51,9 +53,7 @@ const char* const names[] = {
     " showpoint", " showpos", " skipws", " unitbuf",    " uppercase"};
 
 std::string printed(std::ios_base::fmtflags flags) {
-  std::ostringstream os;
-  os << flags;
-  return os.str();
+  return printedText(flags);
 }
 
 TEST(FormatFlags, FreshStreamIsDecimalAndSkipsWhiteSpace) {

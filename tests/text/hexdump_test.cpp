@@ -16,6 +16,7 @@
 
 #include "support/capture.h"
 #include "support/digit_grouping.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -27,10 +28,10 @@ constexpr auto unknownMode = static_cast<hexdumpPrefix_t>(7);
 std::string dump(const std::vector<unsigned char>& bytes, const char* prefix,
                  std::uint64_t bytesPerLine, hexdumpPrefix_t mode,
                  bool endLine = false) {
-  std::ostringstream os;
-  hexdump(os, bytes.data(), bytes.data() + bytes.size(), prefix, bytesPerLine,
-          mode, endLine);
-  return os.str();
+  return printed([&](std::ostream& os) {
+    hexdump(os, bytes.data(), bytes.data() + bytes.size(), prefix, bytesPerLine,
+            mode, endLine);
+  });
 }
 
 std::string addressText(const unsigned char* address) {
@@ -64,10 +65,11 @@ TEST(Hexdump, OffsetsAreHexadecimal) {
 }
 
 TEST(Hexdump, AddressStandsInFrontOfEachLine) {
-  std::ostringstream os;
-  hexdump(os, six, six + 6, "rx", 4, HEXDUMP_ADDRESS, false);
-  EXPECT_EQ(os.str(), "rx " + addressText(six) + ":  01 02 03 04\nrx " +
-                          addressText(six + 4) + ":  05 06");
+  const std::string text = printed([](std::ostream& os) {
+    hexdump(os, six, six + 6, "rx", 4, HEXDUMP_ADDRESS, false);
+  });
+  EXPECT_EQ(text, "rx " + addressText(six) + ":  01 02 03 04\nrx " +
+                      addressText(six + 4) + ":  05 06");
 }
 
 TEST(Hexdump, AddressIsLowerCaseOnAnUpperCaseStream) {
@@ -102,9 +104,10 @@ TEST(Hexdump, NullPrefixLeavesTheOffset) {
 }
 
 TEST(Hexdump, NullPrefixLeavesTheAddress) {
-  std::ostringstream os;
-  hexdump(os, six, six + 3, nullptr, 2, HEXDUMP_ADDRESS, false);
-  EXPECT_EQ(os.str(),
+  const std::string text = printed([](std::ostream& os) {
+    hexdump(os, six, six + 3, nullptr, 2, HEXDUMP_ADDRESS, false);
+  });
+  EXPECT_EQ(text,
             addressText(six) + ":  01 02\n" + addressText(six + 2) + ":  03");
 }
 

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "support/digit_grouping.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -166,10 +167,10 @@ using List = std::vector<std::pair<bool, const char*>>;
 
 std::string listed(const List& list, const char* separator,
                    const char* emptyText) {
-  std::ostringstream os;
-  printSeparatedList(os, list, separator, emptyText);
-  EXPECT_TRUE(os.good());
-  return os.str();
+  return printed([&](std::ostream& os) {
+    printSeparatedList(os, list, separator, emptyText);
+    EXPECT_TRUE(os.good());
+  });
 }
 
 TEST(PrintSeparatedList, SkipsWhatIsNotSelected) {

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+//
+// Holds the fast ways against the plain ones: random values on random streams,
+// of which everything is compared that a caller can see.
+
+#include "sys/plain_records.h"
+
+#include "qorutil/system.h"
+#include "qorutil/time.h"
+
+#include <cfenv>
+#include <csignal>
+#include <sstream>
+#include <string>
+
+#include <linux/can.h>
+#include <mqueue.h>
+
+#include <gtest/gtest.h>
+
+#include "support/allocation.h"
+#include "support/scene.h"
+
+namespace {
+
+using qorutil_internal::printPlainly;
+using qorutil_internal::printTimePlainly;
+
+constexpr int rounds = 4000;
+
+// Both ways on any stream.
+template <class T>
+std::string differenceOf(Random& random, const T& record) {
+  return difference(
+      random, [&](std::ostream& os) { printPlainly(os, record); },
+      [&](std::ostream& os) { os << record; });
+}
+
+// On a fresh stream and behind that.
+template <class Print>
+std::string twice(const Print& print) {
+  std::ostringstream os;
+  print(os);
+  print(os);
+  return os.str();
+}
+
+std::string plainText(const printSize& size) {
+  return twice([&](std::ostream& os) { printPlainly(os, size); });
+}
+
+std::string fastText(const printSize& size) {
+  return twice([&](std::ostream& os) { os << size; });
+}
+
+TEST(PlainRecords, Sizes) {
+  Random random(9);
+  for (int round = 0; round < 10 * rounds; ++round) {
+    const printSize size(anyNumber(random));
+    ASSERT_EQ(differenceOf(random, size), "") << size.bytes;
+  }
+}
+
+// Ends of units, and what lies just in the middle between two texts.
+TEST(PlainRecords, SizesThatAreRounded) {
+  Random random(10);
+  for (int shift = 10; shift <= 40; shift += 10) {
+    for (int round = 0; round < 10 * rounds; ++round) {
+      const std::uint64_t unit = std::uint64_t{1} << shift;
+      const std::uint64_t middle = unit >> (1 + below(random, 10));
+      const std::uint64_t bytes =
+          below(random, 1025) * unit + below(random, 1025) * middle;
+      const printSize size(bytes - 2 + below(random, 4));
+      ASSERT_EQ(fastText(size), plainText(size)) << size.bytes;
+    }
+  }
+}
+
+class RoundingMode : public testing::TestWithParam<int> {
+ protected:
+  RoundingMode() { std::fesetround(GetParam()); }
+
+  ~RoundingMode() override { std::fesetround(before); }
+
+ private:
+  int before = std::fegetround();
+};
+
+TEST_P(RoundingMode, HoldsForSizes) {
+  Random random(11);
+  for (int round = 0; round < rounds; ++round) {
+    const printSize size(anyNumber(random));
+    ASSERT_EQ(fastText(size), plainText(size)) << size.bytes;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, RoundingMode,
+                         testing::Values(FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO,
+                                         FE_TONEAREST));
+
+TEST(PlainRecords, KernelRecords) {
+  Random random(12);
+  for (int round = 0; round < rounds; ++round) {
+    mq_attr attr{};
+    attr.mq_flags = anySigned<long>(random);
+    attr.mq_maxmsg = anySigned<long>(random);
+    attr.mq_msgsize = anySigned<long>(random);
+    attr.mq_curmsgs = anySigned<long>(random);
+    ASSERT_EQ(differenceOf(random, attr), "");
+    can_frame frame{};
+    frame.can_id = static_cast<canid_t>(random() << below(random, 32));
+    frame.can_dlc = static_cast<unsigned char>(below(random, 9));
+    for (unsigned char& byte : frame.data) {
+      byte = static_cast<unsigned char>(random());
+    }
+    ASSERT_EQ(differenceOf(random, frame), "");
+  }
+}
+
+TEST(PlainRecords, SignalSets) {
+  Random random(19);
+  for (int round = 0; round < rounds / 4; ++round) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (int number = 1; number <= 64; ++number) {
+      if (below(random, 3) != 0) {
+        sigaddset(&signals, number);
+      }
+    }
+    ASSERT_EQ(differenceOf(random, signals), "");
+  }
+}
+
+TEST(PlainRecords, TimeRecords) {
+  Random random(13);
+  for (int round = 0; round < rounds; ++round) {
+    tm broken{};
+    for (int* field : {&broken.tm_year, &broken.tm_mon, &broken.tm_mday,
+                       &broken.tm_hour, &broken.tm_min, &broken.tm_sec}) {
+      *field = anySigned<int>(random);
+    }
+    ASSERT_EQ(differenceOf(random, broken), "");
+    timeval micro{};
+    micro.tv_sec = anySigned<std::time_t>(random);
+    micro.tv_usec = anySigned<suseconds_t>(random);
+    ASSERT_EQ(differenceOf(random, micro), "");
+    timespec nano{};
+    nano.tv_sec = anySigned<std::time_t>(random);
+    nano.tv_nsec = anySigned<long>(random);
+    ASSERT_EQ(differenceOf(random, nano), "");
+    const std::uint64_t microseconds = anyNumber(random) | 1;
+    ASSERT_EQ(printTime(microseconds), printTimePlainly(microseconds));
+  }
+}
+
+template <class T>
+bool noticesFailureOf(const T& record) {
+  return noticesFailure([&](std::ostream& os) { printPlainly(os, record); }) &&
+         noticesFailure([&](std::ostream& os) { os << record; });
+}
+
+TEST(PlainRecords, NoticesABufferThatFails) {
+  EXPECT_TRUE(noticesFailureOf(tm{}));
+  EXPECT_TRUE(noticesFailureOf(timespec{3661, 5}));
+  EXPECT_TRUE(noticesFailureOf(mq_attr{}));
+  EXPECT_TRUE(noticesFailureOf(can_frame{}));
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, 2);
+  EXPECT_TRUE(noticesFailureOf(signals));
+}
+
+TEST(PlainRecords, TimesTakeTheHeapForTheResultAlone) {
+  const FailingAllocation second(1);
+  printTime(1700000000123456);
+  EXPECT_FALSE(second.happened());
+}
+
+}  // namespace
