@@ -3,7 +3,6 @@
 #include "qorutil/strings.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <cstddef>
 #include <cstring>
@@ -21,48 +20,6 @@ char toLower(char byte) {
   return static_cast<char>(std::tolower(static_cast<signed char>(byte)));
 }
 
-// The same answers from a table, which is made for one call: the locale of the
-// process may be another one at the next.
-class SpaceTable {
- public:
-  SpaceTable() {
-    for (std::size_t byte = 0; byte < spaces.size(); ++byte) {
-      spaces[byte] = ::isSpace(static_cast<char>(byte));
-    }
-  }
-
-  bool operator()(char byte) const {
-    return spaces[static_cast<unsigned char>(byte)];
-  }
-
- private:
-  std::array<bool, 256> spaces{};
-};
-
-// The length from which a text is worth a table.
-constexpr std::size_t longText = 1024;
-
-// Calls `take(start, end)` for every word of the text.
-template <class IsSpace, class Take>
-void forEachWord(const std::string& text, const IsSpace& space, Take take) {
-  const std::size_t size = text.size();
-  std::size_t start = 0;
-  for (;;) {
-    while (start < size && space(text[start])) {
-      ++start;
-    }
-    if (start == size) {
-      return;
-    }
-    std::size_t end = start + 1;
-    while (end < size && !space(text[end])) {
-      ++end;
-    }
-    take(start, end);
-    start = end;
-  }
-}
-
 // Makes room for `count` more elements, growing as push_back() would, so that
 // many small calls stay linear.
 void reserveMore(std::vector<std::string>& list, std::size_t count) {
@@ -71,23 +28,8 @@ void reserveMore(std::vector<std::string>& list, std::size_t count) {
   }
 }
 
-// The rule. Takes time in the square of the number of occurrences, since each
-// replacement of another length moves the rest of the text.
-std::string& replaceOneByOne(std::string& text, const std::string& pattern,
-                             const std::string& replacement) {
-  std::size_t from = 0;
-  for (;;) {
-    from = text.find(pattern, from);
-    if (from == std::string::npos) {
-      return text;
-    }
-    text.replace(from, pattern.size(), replacement);
-    from += replacement.size();
-  }
-}
-
-// The same where the text grows, in one pass from the first occurrence, which
-// is at `found`.
+// Where the text grows, in one pass from the first occurrence, which is at
+// `found`.
 std::string& replaceGrowing(std::string& text, const std::string& pattern,
                             const std::string& replacement, std::size_t found) {
   std::string result;
@@ -143,18 +85,13 @@ std::vector<std::string> split(const std::string& text, char separator) {
 }
 
 void tokenize(const std::string& text, std::vector<std::string>& words) {
-  const auto take = [&](std::size_t start, std::size_t end) {
-    words.emplace_back(text, start, end - start);
-  };
-  if (text.size() < longText) {
-    forEachWord(text, isSpace, take);
-    return;
+  const auto end = text.end();
+  auto start = std::find_if_not(text.begin(), end, isSpace);
+  while (start != end) {
+    const auto behind = std::find_if(start, end, isSpace);
+    words.emplace_back(start, behind);
+    start = std::find_if_not(behind, end, isSpace);
   }
-  const SpaceTable space;
-  std::size_t count = 0;
-  forEachWord(text, space, [&](std::size_t, std::size_t) { ++count; });
-  reserveMore(words, count);
-  forEachWord(text, space, take);
 }
 
 std::vector<std::string> tokenize(const std::string& text) {
@@ -165,9 +102,6 @@ std::vector<std::string> tokenize(const std::string& text) {
 
 std::string& strReplace(std::string& text, const std::string& pattern,
                         const std::string& replacement) {
-  if (pattern.empty()) {
-    return replaceOneByOne(text, pattern, replacement);
-  }
   std::size_t found = text.find(pattern);
   if (found == std::string::npos) {
     return text;

@@ -68,7 +68,7 @@ class StringsRandom : public testing::Test {
     return result;
   }
 
-  // Mostly short; some beyond the length from which tables are used.
+  // Mostly short.
   std::size_t length() { return upTo(9) == 0 ? upTo(5000) : upTo(40); }
 
  private:

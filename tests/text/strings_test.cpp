@@ -3,12 +3,19 @@
 #include "qorutil/strings.h"
 
 #include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <new>
 #include <string>
 #include <type_traits>
 #include <vector>
 
+#include <sys/time.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "support/allocation.h"
 
 namespace {
 
@@ -164,6 +171,27 @@ TEST(StrReplace, TextWithoutThePatternStays) {
   EXPECT_EQ(strReplace(text, "x", "yy"), "abc");
   text.clear();
   EXPECT_EQ(strReplace(text, "x", "yy"), "");
+}
+
+// An empty pattern is found for ever: the text grows until memory ends.
+TEST(StrReplace, EmptyPatternIsFoundForEver) {
+  std::string text = "ab";
+  const FailingAllocation late(20);
+  EXPECT_THROW(strReplace(text, "", "x"), std::bad_alloc);
+}
+
+// With nothing to put in, it does not even grow. The timer ends the program,
+// and a call that returned would end it otherwise.
+TEST(StrReplaceDeathTest, EmptyPatternAndReplacementDoNotReturn) {
+  const auto replace = [] {
+    itimerval soon{};
+    soon.it_value.tv_usec = 20000;
+    setitimer(ITIMER_VIRTUAL, &soon, nullptr);
+    std::string text = "ab";
+    strReplace(text, "", "");
+    std::_Exit(0);
+  };
+  EXPECT_EXIT(replace(), testing::KilledBySignal(SIGVTALRM), "");
 }
 
 TEST(StrReplace, ReturnsTheEditedString) {
