@@ -5,6 +5,14 @@
 // format flags and the fill character they need and put the caller's back, also
 // when an insertion throws. They write no line break of their own, hexdump()
 // excepted. Failures of the stream are left in its state as usual.
+//
+// Numbers follow the locale of the stream. Where it groups digits, those of
+// offsets, addresses, bytes and escapes are grouped too; a stream whose text is
+// read by a program is given std::locale::classic() with imbue().
+//
+// `unitbuf` is one of the flags that are replaced: on such a stream the text
+// waits for the next flush. printPrintable(), printSeparatedList() and digits
+// on a stream in `std::hex` mode leave the flags alone and so are flushed.
 
 #ifndef QORUTIL_FORMATTING_H
 #define QORUTIL_FORMATTING_H
@@ -47,8 +55,10 @@ enum hexdumpPrefix_t : int {
 /// and a flush, and with `endLine` a second line feed and flush.
 ///
 /// `bytesPerLine` must not be 0: it is a divisor. A field width pending on `os`
-/// applies to the first text written, with zeros as padding. A locale that
-/// groups digits groups those of the dump as well.
+/// applies to the first text written, with zeros as padding; with a null
+/// `prefix` it is lost in the address and offset modes, whose numbers have a
+/// width of their own. A locale that groups digits groups those of the dump as
+/// well: with groups of three the offset 0x1000 is "0001,000".
 ///
 /// Failure: a null `prefix` with an empty range writes nothing and sets the bad
 /// bit of `os`.
@@ -105,12 +115,28 @@ class BinaryBase {
                                             std::uint64_t bits);
 };
 
+namespace qorutil_internal {
+
+/// Whether BinaryBase::print() has all the bits of a `T`.
+template <class T>
+inline constexpr bool hasBinaryDigits =
+    sizeof(T) <= sizeof(std::uint64_t) &&
+    !std::is_same_v<std::remove_cv_t<T>, bool> &&
+    (std::is_integral_v<T> || std::is_enum_v<T>);
+
+}  // namespace qorutil_internal
+
 /// An integer or an enumeration value to be printed as binary digits, as many
-/// as its type has bits. 128-bit integers and `bool` are refused.
+/// as its type has bits. The compiler refuses other types, 128-bit integers and
+/// `bool`.
 ///
 ///     std::cout << Binary{std::uint8_t{0xA5}};  // 10100101
 template <class T>
 struct Binary {
+  static_assert(qorutil_internal::hasBinaryDigits<T>,
+                "Binary exists for integers of at most 64 bits, bool excepted, "
+                "and for enumerations");
+
   /// The number.
   T value;
 };
@@ -123,8 +149,6 @@ Binary(T) -> Binary<T>;
 /// `os`. A negative number is shown as its two's complement.
 template <class T>
 std::ostream& operator<<(std::ostream& os, const Binary<T>& binary) {
-  static_assert(sizeof(T) <= sizeof(std::uint64_t),
-                "Binary exists for types of at most 64 bits");
   const auto bits = static_cast<std::make_unsigned_t<T>>(binary.value);
   return BinaryBase::print(os, bits, sizeof(T) * CHAR_BIT);
 }
@@ -140,15 +164,15 @@ std::ostream& operator<<(std::ostream& os, const Binary<T>& binary) {
 /// The rest becomes `\x` and two lower-case hexadecimal digits.
 ///
 /// A field width pending on `os` applies to the opening quote, with zeros as
-/// padding.
+/// padding. A locale that groups single digits groups those of `\x` as well.
 ///
 ///     printEscaped(std::cout, "a\n\x1b");  // "a\n\x1b"
 ///     printEscaped(std::cout, "a");        // 'a'
 QORUTIL_EXPORT std::ostream& printEscaped(std::ostream& os,
                                           const std::string& text);
 
-/// Returns what printEscaped() writes to a fresh string stream. Throws what the
-/// string throws when memory runs out.
+/// Returns what printEscaped() writes to a fresh string stream, which has the
+/// global C++ locale. Throws what the string throws when memory runs out.
 ///
 ///     getEscaped("tab\t");  // the seven characters "tab\t" in quotes
 QORUTIL_EXPORT std::string getEscaped(const std::string& text);
@@ -199,6 +223,7 @@ QORUTIL_EXPORT std::string makeString<unsigned short>(
 
 /// Returns the numbers of the bits set in `bits`, in ascending order, in
 /// decimal, with `separator` between them. A word of 0 gives the empty text.
+/// The numbers follow the global C++ locale, as on any fresh stream.
 ///
 /// Failure: a null `separator` ends the text behind its first number. Throws
 /// what the string throws when memory runs out.
@@ -229,7 +254,8 @@ QORUTIL_EXPORT std::string setBits2list<std::uint64_t>(std::uint64_t bits,
 ///
 /// A null `separator` stands for the empty text, a null `emptyText` for nothing
 /// at all. A field width pending on `os` is used up in front of the first
-/// selected text: padding and text stand side by side, whatever the length.
+/// selected text: padding and text stand side by side, whatever the length. It
+/// pads `emptyText` as usual, and stays where nothing is written.
 ///
 /// Failure: a selected entry with a null text counts as selected and sets the
 /// bad bit of `os`, behind its separator if it is not the first; nothing is
@@ -246,7 +272,7 @@ QORUTIL_EXPORT void printSeparatedList(
 /// 32-bit two's complement.
 ///
 /// A field width pending on `os` applies to the text in front of the digits,
-/// with zeros as padding.
+/// with zeros as padding. A locale that groups digits groups these.
 ///
 ///     printUnknownEnum(std::cout, 255);  // <unknown: 0xff>
 QORUTIL_EXPORT void printUnknownEnum(std::ostream& os, int value);

@@ -10,6 +10,7 @@
 
 #include "qorutil/export.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -76,8 +77,9 @@ QORUTIL_EXPORT std::vector<std::string> tokenize(const std::string& text);
 /// on behind what was put in, so a replacement is never searched again.
 ///
 /// `pattern` must not be empty: an empty pattern is found for ever, and the
-/// call does not return. Neither `pattern` nor `replacement` may be `text`
-/// itself. Throws what the string throws when memory runs out.
+/// call does not return unless memory runs out. Neither `pattern` nor
+/// `replacement` may be `text` itself. Throws what the string throws when
+/// memory runs out.
 ///
 ///     std::string text = "aaa";
 ///     strReplace(text, "aa", "b");  // "ba"
@@ -126,6 +128,10 @@ QORUTIL_EXPORT void push1(std::vector<unsigned char>& bytes,
 QORUTIL_EXPORT void push1(std::vector<unsigned char>& bytes,
                           const std::vector<unsigned char>& source);
 
+/// A null pointer is refused by the compiler, and so are 0 and `{}`, which
+/// could be one.
+void push1(std::vector<unsigned char>& bytes, std::nullptr_t source) = delete;
+
 /// Appends a two-byte length and the bytes of `source` to `bytes`.
 ///
 ///     offset  size  content
@@ -148,5 +154,8 @@ QORUTIL_EXPORT void push2(std::vector<unsigned char>& bytes,
 /// The same for the bytes of a vector.
 QORUTIL_EXPORT void push2(std::vector<unsigned char>& bytes,
                           const std::vector<unsigned char>& source);
+
+/// Refused, as with push1().
+void push2(std::vector<unsigned char>& bytes, std::nullptr_t source) = delete;
 
 #endif  // QORUTIL_STRINGS_H
