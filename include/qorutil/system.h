@@ -83,8 +83,11 @@ QORUTIL_EXPORT const char* progname(const char* path);
 ///
 /// The uptime is in seconds. The three loads are written as the kernel gives
 /// them, 65536 for a load of 1. Memory sizes are multiplied by `mem_unit` and
-/// written by printSize. The flags of `os` are used as they stand, so a stream
-/// in hexadecimal mode gets the plain numbers in hexadecimal.
+/// written by printSize. Flags and locale of `os` are used as they stand, so a
+/// stream in hexadecimal mode gets the plain numbers in hexadecimal, and one
+/// whose locale groups digits gets them grouped;
+/// `os.imbue(std::locale::classic())` prevents the latter. A stream in
+/// `unitbuf` mode is flushed behind every piece.
 ///
 ///     // up=3600 load=65536/0/0 totalram=1GiB freeram=512MiB sharedram=0B
 ///     // bufferram=0B totalswap=0B freeswap=0B procs=7 totalhigh=0B
@@ -107,9 +110,9 @@ struct QORUTIL_EXPORT printSize {
   ///
   /// The unit is the largest that is not above the size, and never one above
   /// "TiB", on purpose: 2^50 bytes are "1024TiB". The number is written as the
-  /// stream writes a double, so its precision and its notation hold, and a
-  /// number may be rounded up to 1024 of its unit. With the flag `internal` a
-  /// space stands between number and unit.
+  /// stream writes a double, so its precision, its notation and its locale
+  /// hold, and a number may be rounded up to 1024 of its unit. With the flag
+  /// `internal` a space stands between number and unit.
   ///
   /// A pending field width is that of number, space and unit together. One
   /// that does not exceed the length of space and unit applies to the number
@@ -129,7 +132,11 @@ QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os,
 /// Writes the attributes of a POSIX message queue to `os` and returns `os`:
 /// flags, in hexadecimal, largest number of messages, largest message in
 /// bytes, present number of messages. A pending field width applies to the
-/// opening parenthesis; flags and fill of `os` come back on return.
+/// opening parenthesis; flags and fill of `os` come back on return. Nothing is
+/// flushed on a stream in `unitbuf` mode.
+///
+/// A locale that groups digits groups these, as in "(800,10,8,192,0)":
+/// `os.imbue(std::locale::classic())` keeps the four numbers apart.
 ///
 ///     // O_NONBLOCK, 10 messages of 8192 bytes, none in the queue
 ///     // (800,10,8192,0)
@@ -138,7 +145,8 @@ QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os, const mq_attr& attr);
 /// Writes the numbers of the signals in `signals`, a `sigset_t`, to `os` and
 /// returns `os`: ascending, in brackets, neighbours joined to ranges. A pending
 /// field width applies to the opening bracket; flags and fill of `os` come back
-/// on return. `errno` may be set.
+/// on return. Nothing is flushed on a stream in `unitbuf` mode, and the numbers
+/// follow the locale of `os`, as with `mq_attr`. `errno` may be set.
 ///
 ///     // [1..3 9 15..16]
 QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os,
@@ -150,7 +158,10 @@ QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os,
 /// extended format. "RTR" marks a request; any other frame, error frames
 /// included, is written as "DATA" with its length and its bytes, all in
 /// hexadecimal. A pending field width has no effect; flags and fill of `os`
-/// come back on return.
+/// come back on return. Nothing is flushed on a stream in `unitbuf` mode.
+///
+/// A locale that groups digits groups those of the identifier, as in
+/// "18,daf,110x": `os.imbue(std::locale::classic())` prevents that.
 ///
 /// The length is taken as it stands: with one above 8 the printer reads past
 /// the frame, so the caller passes frames with a sound `can_dlc`.

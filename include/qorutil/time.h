@@ -144,7 +144,12 @@ QORUTIL_EXPORT std::string getPosixTime();
 ///
 /// The fields are printed as they stand, padded with zeros, without
 /// normalisation or conversion between time zones. Flags and fill of `os` have
-/// no effect and come back on return; a pending field width is used up.
+/// no effect and come back on return; a pending field width is used up. Nothing
+/// is flushed on a stream in `unitbuf` mode.
+///
+/// The locale of `os` has an effect: one that groups digits groups the year, as
+/// in "2,023-11-14". Where the layout matters, give the stream the classic one,
+/// `os.imbue(std::locale::classic())`.
 ///
 ///     os << time;  // "2023-11-14 22:13:20"
 QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os, const tm& time);
@@ -155,7 +160,11 @@ QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os, const tm& time);
 /// The date is dropped. The fill of `os` chooses the separator: with '-' or '.'
 /// it is that character, with NUL there is none, and any other fill gives ':'.
 /// The flags have no effect; flags and fill come back on return, and a pending
-/// field width is used up.
+/// field width is used up. Nothing is flushed on a stream in `unitbuf` mode.
+///
+/// The locale of `os` has an effect: one that groups digits groups those of the
+/// fraction, and with a dot between them the second example below is
+/// "22-13-20.04.200". `os.imbue(std::locale::classic())` prevents that.
 ///
 ///     const timeval time{1700000000, 4200};
 ///     os << time;                       // "22:13:20.004200"
@@ -163,7 +172,7 @@ QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os, const tm& time);
 QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os, const timeval& time);
 
 /// Writes the UTC time of day of `time` to `os`, with nine fraction digits, and
-/// returns `os`; separators, flags, fill and width as for `timeval`.
+/// returns `os`; separators, flags, fill, width and locale as for `timeval`.
 ///
 ///     os << timespec{3661, 5};  // "01:01:01.000000005"
 QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os, const timespec& time);

@@ -90,7 +90,11 @@ constexpr bool operator>=(const Version& a, const Version& b) {
 
 /// Writes all four parts of `version` to `os`, in decimal, joined by ".", and
 /// returns `os`. A pending field width applies to the first part alone; the
-/// flags of `os` come back on return.
+/// flags of `os` come back on return. Nothing is flushed on a stream in
+/// `unitbuf` mode.
+///
+/// A locale that groups digits groups those of a part above 999, as in
+/// "1.2.3,456.0": `os.imbue(std::locale::classic())` keeps them together.
 ///
 ///     std::cout << Version(1, 2, 0);  // 1.2.0.0
 QORUTIL_EXPORT std::ostream& operator<<(std::ostream& os,

@@ -17,6 +17,7 @@
 #include <cstddef>
 #include <functional>
 #include <iomanip>
+#include <iostream>
 #include <ostream>
 #include <sstream>
 #include <streambuf>
@@ -24,7 +25,9 @@
 
 #include <linux/can.h>
 #include <mqueue.h>
+#include <sys/socket.h>
 #include <sys/sysinfo.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -292,6 +295,48 @@ TEST_P(Printers, InsertOnceOnAnOrdinaryStream) {
   os << std::unitbuf << std::hex << std::setfill('*');
   GetParam().print(os);
   EXPECT_EQ(buffer.insertions, 2);
+}
+
+// Every write to a socket of this kind is a message.
+class MessagesOfCerr {
+ public:
+  MessagesOfCerr() : saved(dup(STDERR_FILENO)) {
+    socketpair(AF_UNIX, SOCK_DGRAM, 0, ends);
+    dup2(ends[0], STDERR_FILENO);
+  }
+
+  MessagesOfCerr(const MessagesOfCerr&) = delete;
+  MessagesOfCerr& operator=(const MessagesOfCerr&) = delete;
+
+  ~MessagesOfCerr() {
+    dup2(saved, STDERR_FILENO);
+    for (const int descriptor : {saved, ends[0], ends[1]}) {
+      close(descriptor);
+    }
+  }
+
+  // Returns the next message, or an empty text where there is none.
+  std::string next() const {
+    char text[1000];
+    const ssize_t size = recv(ends[1], text, sizeof(text), MSG_DONTWAIT);
+    return {text, static_cast<std::size_t>(size > 0 ? size : 0)};
+  }
+
+ private:
+  int saved;
+  int ends[2] = {-1, -1};
+};
+
+TEST_P(Printers, WriteOnceToStandardError) {
+  if (GetParam().pieceByPiece) {
+    GTEST_SKIP() << "prints piece by piece";
+  }
+  std::ostringstream expected;
+  GetParam().print(expected);
+  const MessagesOfCerr messages;
+  GetParam().print(std::cerr);
+  EXPECT_EQ(messages.next(), expected.str());
+  EXPECT_EQ(messages.next(), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, Printers, testing::ValuesIn(printers),
