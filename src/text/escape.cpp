@@ -84,8 +84,13 @@ constexpr std::size_t longestEscape = 4;
 constexpr std::size_t pieceSize = 1000;
 constexpr std::size_t bytesOfAPiece = (pieceSize - 2) / longestEscape;
 
-// From this size on a table of all bytes pays, though it is made for each call.
-constexpr std::size_t longText = 2000;
+// From this size on it pays to find out first what becomes of each byte that
+// occurs: isprint() is a call, and most bytes of a text occur often. Nothing is
+// kept beyond a call, as the locale of the process may be another at the next.
+constexpr std::size_t longText = 64;
+
+// The same where no more than a character is found out.
+constexpr std::size_t longPrintableText = 200;
 
 // What printEscapedByte() prints; returns where it ends.
 char* writeEscapedByte(char* to, char byte) {
@@ -111,16 +116,36 @@ char* writeEscapedBytes(char* to, const char* from, const char* end) {
   return to;
 }
 
-// What becomes of each byte. Nothing is kept beyond a call: the locale of the
-// process may be another one at the next.
+// Calls `ask` for the bytes whose class has to be known: those that occur, or
+// all of them where that is the quicker way.
+template <class Known, class Ask>
+void askForBytes(const std::string& text, Known known, Ask ask) {
+  constexpr std::size_t manyBytes = 1000;
+  if (text.size() < manyBytes) {
+    for (const char byte : text) {
+      if (!known(byte)) {
+        ask(byte);
+      }
+    }
+    return;
+  }
+  for (int byte = 0; byte < 256; ++byte) {
+    ask(static_cast<char>(byte));
+  }
+}
+
+// What becomes of each byte of a text.
 class Escapes {
  public:
-  Escapes() {
-    for (int byte = 0; byte < 256; ++byte) {
-      const char* const end =
-          writeEscapedByte(texts[byte], static_cast<char>(byte));
-      sizes[byte] = static_cast<unsigned char>(end - texts[byte]);
-    }
+  explicit Escapes(const std::string& text) {
+    askForBytes(
+        text, [this](char byte) { return sizeOf(byte) != 0; },
+        [this](char byte) {
+          char* const start = texts[static_cast<unsigned char>(byte)];
+          const char* const end = writeEscapedByte(start, byte);
+          sizes[static_cast<unsigned char>(byte)] =
+              static_cast<unsigned char>(end - start);
+        });
   }
 
   // What writeEscapedBytes() writes, and up to longestEscape characters behind
@@ -149,8 +174,9 @@ class Escapes {
   }
 
   char* writeByte(char* to, char byte) const {
+    const std::size_t size = sizeOf(byte);  // not behind a store of characters
     std::memcpy(to, texts[static_cast<unsigned char>(byte)], longestEscape);
-    return to + sizeOf(byte);
+    return to + size;
   }
 
   bool isPlainBlock(const char* from) const {
@@ -160,7 +186,7 @@ class Escapes {
     return sum == 8;
   }
 
-  unsigned char sizes[256];
+  unsigned char sizes[256] = {};  // 0: not asked for
   char texts[256][longestEscape];
 };
 
@@ -229,19 +255,21 @@ auto withWriter(const std::string& text, Use use) {
   if (text.size() < longText) {
     return use(writeEscapedBytes);
   }
-  const Escapes escapes;
+  const Escapes escapes(text);
   return use([&escapes](char* to, const char* from, const char* end) {
     return escapes.write(to, from, end);
   });
 }
 
-// What is shown for each byte.
+// What is shown for each byte of a text; NUL stands for a byte not asked for.
 class PrintableBytes {
  public:
-  PrintableBytes() {
-    for (int byte = 0; byte < 256; ++byte) {
-      shown[byte] = shownByte(static_cast<char>(byte));
-    }
+  explicit PrintableBytes(const std::string& text) {
+    askForBytes(
+        text, [this](char byte) { return (*this)(byte) != '\0'; },
+        [this](char byte) {
+          shown[static_cast<unsigned char>(byte)] = shownByte(byte);
+        });
   }
 
   char operator()(char byte) const {
@@ -249,16 +277,18 @@ class PrintableBytes {
   }
 
  private:
-  char shown[256];
+  char shown[256] = {};
 };
 
 // False when an insertion fails.
 template <class Show>
-bool printShown(std::ostream& os, const std::string& text, Show show) {
+bool printShown(std::ostream& os, const std::string& text, const Show& show) {
   char piece[pieceSize];
   for (std::size_t from = 0; from < text.size();) {
     const std::size_t size = std::min(pieceSize, text.size() - from);
-    std::transform(text.data() + from, text.data() + from + size, piece, show);
+    for (std::size_t i = 0; i < size; ++i) {
+      piece[i] = show(text[from + i]);
+    }
     if (!insertText(os, {piece, size})) {
       return false;
     }
@@ -317,9 +347,9 @@ std::string getEscaped(const std::string& text) {
 }
 
 std::ostream& printPrintable(std::ostream& os, const std::string& text) {
-  if (takesTexts(os) &&
-      (text.size() < longText ? printShown(os, text, shownByte)
-                              : printShown(os, text, PrintableBytes()))) {
+  if (takesTexts(os) && (text.size() < longPrintableText
+                             ? printShown(os, text, shownByte)
+                             : printShown(os, text, PrintableBytes(text)))) {
     return os;
   }
   return printPrintablePlainly(os, text);

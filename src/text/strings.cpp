@@ -85,12 +85,21 @@ std::vector<std::string> split(const std::string& text, char separator) {
 }
 
 void tokenize(const std::string& text, std::vector<std::string>& words) {
-  const auto end = text.end();
-  auto start = std::find_if_not(text.begin(), end, isSpace);
-  while (start != end) {
-    const auto behind = std::find_if(start, end, isSpace);
-    words.emplace_back(start, behind);
-    start = std::find_if_not(behind, end, isSpace);
+  const std::size_t size = text.size();
+  std::size_t end = 0;
+  for (;;) {
+    std::size_t start = end;
+    while (start < size && isSpace(text[start])) {
+      ++start;
+    }
+    if (start == size) {
+      return;
+    }
+    end = start + 1;
+    while (end < size && !isSpace(text[end])) {
+      ++end;
+    }
+    words.emplace_back(text, start, end - start);
   }
 }
 
