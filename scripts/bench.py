@@ -4,7 +4,7 @@
 
 Programs to compare run in turn, round after round; the times are medians, a
 ratio is the median of the ratios of all rounds, and so holds on a machine that
-does other things as well. Instructions are counted by callgrind.
+does other things as well. The smallest and the largest stand beside them. Instructions are counted by callgrind.
 """
 
 import argparse
@@ -39,15 +39,17 @@ def tool():
     return path if os.path.exists(path) else None
 
 
-def table(title, head, rows):
-    """Prints a Markdown table, where it has rows."""
+def table(title, head, rows, note=""):
+    """Prints a Markdown table, where it has rows, and how it came about."""
     if not rows:
         print(f"Nothing to measure for: {title}\n")
         return
     lines = [head, ["---"] * len(head)] + rows
     print(f"### {title}\n")
-    print("\n".join("| " + " | ".join(line) + " |" for line in lines) + "\n",
-          flush=True)
+    print("\n".join("| " + " | ".join(line) + " |" for line in lines) + "\n")
+    if note:
+        print(note[0].upper() + note[1:] + ".\n")
+    sys.stdout.flush()
 
 
 def image(size, order="ordered"):
@@ -116,12 +118,21 @@ def rounds(commands, clock=None, count=None):
     return times
 
 
-def ratio(ours, other):
-    return statistics.median(a / b for a, b in zip(ours, other))
+def spread(ours, other, digits=2):
+    """The median of the ratios, and the smallest and the largest of them."""
+    ratios = sorted(a / b for a, b in zip(ours, other))
+    return (f"{statistics.median(ratios):.{digits}f} "
+            f"({ratios[0]:.{digits}f} to {ratios[-1]:.{digits}f})")
 
 
 def ms(times):
-    return f"{statistics.median(times) * 1e3:.1f} ms"
+    """The median, and the shortest and the longest time."""
+    return (f"{statistics.median(times) * 1e3:.1f} ms "
+            f"({min(times) * 1e3:.1f} to {max(times) * 1e3:.1f})")
+
+
+def roundsNote():
+    return f"Rounds: {options.rounds}"
 
 
 def callgrind(command):
@@ -148,9 +159,10 @@ def rowsClient():
         ours, other = rounds([clientCommand(source),
                               [program("read_only"), source]])
         rows.append([f"{sizeText(size)}, {order}", ms(ours), ms(other),
-                     f"{ratio(ours, other):.2f}"])
+                     spread(ours, other)])
     table("A client against a program that only reads the file",
-          ["image", "client", "read only", "client / read only"], rows)
+          ["image", "client", "read only", "client / read only"], rows,
+          roundsNote())
 
 
 def rowsTool():
@@ -164,12 +176,13 @@ def rowsTool():
     times = rounds([binaryCommand("qorhex", source),
                     [program("read_only"), source]] +
                    [binaryCommand(peer, source) for peer in peers])
-    rows = [[name, ms(other), f"{ratio(times[0], other):.2f}",
-             f"{ratio(other, times[0]):.2f}"]
+    rows = [[name, ms(other), spread(times[0], other),
+             spread(other, times[0])]
             for name, other in zip(["qorhex --binary", "read only"] + peers,
                                    times)]
     table(f"qorhex --binary, {sizeText(os.path.getsize(out + '/qorhex.bin'))}",
-          ["program", "time", "qorhex / program", "program / qorhex"], rows)
+          ["program", "time", "qorhex / program", "program / qorhex"], rows,
+          roundsNote())
 
 
 def rowsGrowth():
@@ -198,7 +211,8 @@ def rowsGrowth():
                     [f"{perByte[-1] / perByte[0]:.2f}"])
     table("Growth: nanoseconds per byte of the image",
           ["program"] + [sizeText(size) for size in wanted] + ["last / first"],
-          rows)
+          rows, f"medians of {options.rounds} rounds, of a quarter of them "
+          "above 16 MiB")
 
 
 def peakMemory(command):
@@ -314,46 +328,15 @@ def rowsSize():
            "linked / not"], rows)
 
 
-def standardIncludes(header, seen):
-    """The <...> includes of `header` and of the headers it includes."""
-    found = []
-    with open("include/" + header, encoding="utf-8") as file:
-        for kind, name in re.findall(r'^#include ([<"])(\S+)[>"]', file.read(),
-                                     re.MULTILINE):
-            if kind == "<":
-                found.append(f"#include <{name}>\n")
-            elif name not in seen:
-                seen.add(name)
-                found += standardIncludes(name, seen)
-    return sorted(set(found))
-
-
-def rowsHeaders():
-    rows = []
-    for header in sorted(os.listdir("include/qorutil")):
-        header = "qorutil/" + header
-        includes = standardIncludes(header, {header})
-        if not includes:
-            continue
-        commands = []
-        for name, text in (("header", f"#include <{header}>\n"),
-                           ("includes", "".join(includes))):
-            with open(f"{out}/{name}.cpp", "w", encoding="utf-8") as file:
-                file.write(text)
-            commands.append([os.environ.get("CXX", "g++"), "-std=c++17", "-O2",
-                             "-Iinclude", "-c", "-o", "/dev/null", file.name])
-        ours, other = rounds(commands, clock=cpuSeconds)
-        rows.append([f"`{header}`", ms(ours), ms(other),
-                     f"{ratio(ours, other):.3f}"])
-    table("Compiling a header, over its standard includes alone",
-          ["header", "header", "includes", "header / includes"], rows)
+def repetitions():
+    return 1 if options.quick else 9
 
 
 def runFamily(path):
-    """Returns the medians of all repetitions, by name."""
+    """Returns the times of all repetitions, by name."""
     arguments = ["--benchmark_format=json", "--benchmark_min_time=" +
                  ("0.001" if options.quick else "0.1"),
-                 f"--benchmark_repetitions={1 if options.quick else 9}",
+                 f"--benchmark_repetitions={repetitions()}",
                  "--benchmark_enable_random_interleaving=true"]
     run = subprocess.run([path] + arguments, check=True, text=True,
                          stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
@@ -363,7 +346,7 @@ def runFamily(path):
             sys.exit(f"failed: {entry['name']}: {entry['error_message']}")
         if entry["run_type"] == "iteration":
             times.setdefault(entry["run_name"], []).append(value(entry))
-    return {name: statistics.median(taken) for name, taken in times.items()}
+    return times
 
 
 def value(entry):
@@ -375,27 +358,54 @@ def value(entry):
     return entry["cpu_time"]
 
 
+STREAMS = {"used": "used string stream", "file": "file stream",
+           "cout": "std::cout", "fresh": "fresh string stream"}
+
+
+def splitName(name):
+    """BM_print_plain<tm>/fresh is the peer "plain" of print<tm>/fresh."""
+    base, template, arguments = re.fullmatch(r"BM_(\w+)(<.*>)?(/.*)?",
+                                             name).groups("")
+    ours, _, peer = base.rpartition("_")
+    return f"BM_{ours}{template}{arguments}", peer
+
+
 def rowsFamilies():
     """One table per family. BM_split_absl/10 is what BM_split/10 is compared
-    with; BM_split_absl alone makes no row."""
+    with; BM_split_absl alone makes no row. Rows of a printer on all streams,
+    BM_print<tm>/fresh and so on, make one row of the table of printers."""
     folder = f"{BUILD}/benchmarks"
+    printers = {}
     for file in sorted(os.listdir(folder)):
         if not file.endswith("_benchmark"):
             continue
         times = runFamily(f"{folder}/{file}")
-        results.setdefault("families", {})[file] = times
+        results.setdefault("families", {})[file] = {
+            name: statistics.median(taken) for name, taken in times.items()}
         rows = []
         for name, other in times.items():
-            base, slash, arguments = name.partition("/")
-            ours, _, peer = base.rpartition("_")
-            ours += slash + arguments
-            if ours in times:
-                rows.append([ours[3:], peer, f"{times[ours]:,.1f}",
-                             f"{other:,.1f}", f"{times[ours] / other:.3f}"])
+            ours, peer = splitName(name)
+            if ours not in times:
+                continue
+            printer = re.fullmatch(r"BM_print<(.*)>/(\w+)", ours)
+            if printer:
+                printers.setdefault(printer[1], {})[printer[2]] = \
+                    spread(times[ours], other)
+                continue
+            rows.append([ours[3:].replace("<", "\\<"), peer,
+                         f"{statistics.median(times[ours]):,.1f}",
+                         f"{statistics.median(other):,.1f}",
+                         spread(times[ours], other, 3)])
         if rows:
             table(f"{file[:-10]}: nanoseconds",
                   ["function", "against", "ours", "other", "ours / other"],
-                  sorted(rows))
+                  sorted(rows), f"Repetitions: {repetitions()}")
+    table("Printers over their plain ways", ["printer"] +
+          list(STREAMS.values()),
+          [[f"`{name}`"] + [ratios.get(stream, "") for stream in STREAMS]
+           for name, ratios in sorted(printers.items())],
+          f"Repetitions: {repetitions()}; the making of the fresh stream is "
+          "included")
 
 
 def describeMachine():
@@ -420,7 +430,6 @@ GROUPS = {
     "calls": rowsCalls,
     "instructions": rowsInstructions,
     "size": rowsSize,
-    "headers": rowsHeaders,
     "families": rowsFamilies,
 }
 

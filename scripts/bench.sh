@@ -24,11 +24,11 @@ for argument in "$@"; do
   fi
 done
 
-# As in test.sh, not g++-multilib, which cannot be installed beside cross
-# compilers.
 scripts/packages.sh g++ cmake ninja-build pkgconf binutils python3 valgrind \
-  strace libbenchmark-dev libabsl-dev libuv1-dev libevent-dev \
-  "g++-$(g++ -dumpversion)-multilib"
+  strace libbenchmark-dev libabsl-dev libuv1-dev libevent-dev
+# As in test.sh, not g++-multilib, which cannot be installed beside cross
+# compilers; its name needs the compiler.
+scripts/packages.sh "g++-$(g++ -dumpversion)-multilib"
 # Peers that are left out where they are missing; large, and so not for CI.
 if [[ " $* " != *" --quick "* ]]; then
   scripts/packages.sh llvm srecord
