@@ -90,8 +90,9 @@ TEST(FormatFlags, EveryCombinationInAscendingOrderOfTheBits) {
         expected += names[bit];
       }
     }
-    ASSERT_EQ(printed(static_cast<std::ios_base::fmtflags>(bits)),
-              expected + " )");
+    std::ostringstream os;
+    os << static_cast<std::ios_base::fmtflags>(bits);
+    ASSERT_EQ(os.str(), expected + " )");
   }
 }
 
