@@ -5,7 +5,7 @@
 file(REMOVE_RECURSE ${folder})
 file(MAKE_DIRECTORY ${folder})
 execute_process(COMMAND ${emulator} ${program} ${arguments}
-  WORKING_DIRECTORY ${folder}
+  WORKING_DIRECTORY ${folder} TIMEOUT 100
   RESULT_VARIABLE result OUTPUT_VARIABLE printed ERROR_VARIABLE errors)
 if(NOT result STREQUAL "0" OR NOT errors STREQUAL "")
   message(FATAL_ERROR "${program}: status ${result}, errors: ${errors}")

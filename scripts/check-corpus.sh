@@ -37,10 +37,10 @@ differs() {
 }
 
 # Runs the tool with the given arguments; the status is left in $status, what
-# it writes in $work/out and $work/err.
+# it writes in $work/out and $work/err. One that hangs is stopped: status 124.
 run() {
   status=0
-  "$qorhex" "$@" >"$work/out" 2>"$work/err" || status=$?
+  timeout 60 "$qorhex" "$@" >"$work/out" 2>"$work/err" || status=$?
 }
 
 # A refusal has exit status 1 and says something that names the file.

@@ -24,8 +24,12 @@ struct processResult_t {
 };
 
 /// Runs `command` (the program's path and its arguments) in `folder`, in the C
-/// locale, and waits for its end. `inChild` is called in the new process just
-/// before the program starts there.
+/// locale and without input, and waits for its end. `inChild` is called in the
+/// new process just before the program starts there.
+///
+/// The program is one of this build: where that is a cross build, the emulator
+/// runs it. It ends with the test that started it, and what `inChild` forks
+/// ends with the program; none can outlive a test that fails or is stopped.
 processResult_t runProcess(const std::vector<std::string>& command,
                            const std::string& folder,
                            const std::function<void()>& inChild = {});
