@@ -19,7 +19,7 @@ import tempfile
 import time
 
 MIB = 1 << 20
-BUILD = "build/bench"
+BUILD = "build/release"
 PORTABLE = "build/bench-portable"
 M32 = "build/bench-m32"
 PEERS = {

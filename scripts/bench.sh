@@ -4,16 +4,42 @@
 # Measures the library against what a user would take instead, and prints the
 # tables of docs/performance.md. Installs the packages that are missing.
 #
-#   scripts/bench.sh               all groups of rows; --help names them
-#   scripts/bench.sh client size   some of them
+#   scripts/bench.sh               all groups of rows
+#   scripts/bench.sh client size   some of them; another word is told their names
 #   scripts/bench.sh --quick       everything once, on small images, for CI
 #   scripts/bench.sh --write-docs  all, into docs/performance.md, with its plots
+#
+# With --cpu processor time is measured, for a machine that is busy; --rounds N
+# tells how often each program runs, --results FILE where the figures go.
 #
 # Nothing is asserted about the times.
 
 # shellcheck source-path=SCRIPTDIR
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
+# Before anything is installed or built.
+checkArguments() {
+  local groups
+  groups=$(sed -n 's/^    "\([a-z]*\)": rows.*/\1/p' scripts/bench.py)
+  groups=${groups//$'\n'/ }
+  while [[ $# != 0 ]]; do
+    case $1 in
+      --quick | --cpu | --write-docs | --rounds=* | --results=*) ;;
+      --rounds | --results)
+        [[ $# -gt 1 ]] || fail "$1 needs a value"
+        shift
+        ;;
+      -*) fail "no option \"$1\"; see --help" ;;
+      *)
+        [[ " $groups " == *" $1 "* ]] ||
+          fail "no group \"$1\"; there are: $groups"
+        ;;
+    esac
+    shift
+  done
+}
+
+checkArguments "$@"
 arguments=()
 writeDocs=no
 for argument in "$@"; do
@@ -47,8 +73,9 @@ build() {
 
 programs="client plain_client trivial trivial_linked"
 {
-  say "Building in build/bench, build/bench-portable, build/bench-m32"
-  build bench all
+  say "Building in build/release, build/bench-portable, build/bench-m32"
+  configureRelease -DQORUTIL_BUILD_BENCHMARKS=ON
+  cmake --build build/release --target benchmarks/all qorhex
   build bench-portable "$programs" -DQORUTIL_VECTORS=OFF
   # The second option finds the kernel's headers, as in the preset m32.
   build bench-m32 "$programs" \
@@ -60,8 +87,8 @@ if [[ $writeDocs == no ]]; then
 fi
 
 # What stands between the two marks is replaced.
-tables=build/bench/tables.md
+tables=build/release/tables.md
 python3 scripts/bench.py "${arguments[@]}" | tee "$tables"
 sed -i -e '/^<!-- tables/r '"$tables" -e '/^<!-- tables/,/^<!-- end/{//!d}' \
   docs/performance.md
-python3 scripts/plots.py build/bench/results.json docs
+python3 scripts/plots.py build/release/results.json docs

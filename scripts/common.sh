@@ -15,11 +15,38 @@ fail() {
   exit 1
 }
 
+# Prints the comment at the head of the script.
+showHelp() {
+  sed -n '/^# SPDX/,/^$/{/^# SPDX/d;s/^# \{0,1\}//p}' "$0" | sed 1d
+}
+
+# Every script has --help. The arguments are those of the script.
+if [[ ${1-} == --help || ${1-} == -h ]]; then
+  showHelp
+  exit
+fi
+
+# For a script that takes none: noArguments "$@"
+noArguments() {
+  [[ $# == 0 ]] || fail "takes no arguments, not \"$*\"; see --help"
+}
+
 # Makes the folder build/NAME, or tells why it cannot be used.
 prepareBuild() {
   if ! mkdir -p "build/$1" 2>/dev/null || [[ ! -w build/$1 ]]; then
     fail "$PWD/build/$1 is not writable for $(id -un); use a copy of your own"
   fi
+}
+
+# Configures build/release, the library as it is shipped, for what needs no
+# tests; those that it has stay. Further arguments go to cmake.
+configureRelease() {
+  local tests=OFF
+  prepareBuild release
+  if grep -qs '^QORUTIL_BUILD_TESTS:BOOL=ON' build/release/CMakeCache.txt; then
+    tests=ON
+  fi
+  cmake --preset release -DQORUTIL_BUILD_TESTS=$tests "$@"
 }
 
 # The files of the project that match the patterns, apart from those deleted.

@@ -8,8 +8,9 @@
 # shellcheck source-path=SCRIPTDIR
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
+noArguments "$@"
 firmware=examples/firmware/morse.hex
-build=build/demo
+build=build/release
 
 show() {
   printf '$ %s\n' "$*"
@@ -17,12 +18,10 @@ show() {
 }
 
 scripts/packages.sh g++ cmake ninja-build binutils
-prepareBuild demo
 
 say "Building in $build"
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-  -DQORUTIL_BUILD_TESTS=OFF -DQORUTIL_BUILD_EXAMPLES=OFF
-cmake --build "$build"
+configureRelease -DQORUTIL_BUILD_TOOLS=ON
+cmake --build "$build" --target qorhex
 
 say "The segments of $firmware"
 show "$build/tools/qorhex/qorhex" "$firmware"
