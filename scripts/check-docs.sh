@@ -7,6 +7,7 @@
 # shellcheck source-path=SCRIPTDIR
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
+noArguments "$@"
 scripts/packages.sh g++ cmake ninja-build doxygen libxml2-utils
 prepareBuild docs
 rm -rf build/docs/docs

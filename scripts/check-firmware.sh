@@ -9,6 +9,7 @@
 # shellcheck source-path=SCRIPTDIR
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
+noArguments "$@"
 scripts/packages.sh make gcc-avr binutils-avr avr-libc
 
 work=$(mktemp -d)

@@ -7,11 +7,13 @@
 # shellcheck source-path=SCRIPTDIR
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/packages.sh git clang-format
 mode=(--dry-run -Werror)
 if [[ ${1-} == --fix ]]; then
   mode=(-i)
+  shift
 fi
+noArguments "$@"
+scripts/packages.sh git clang-format
 mapfile -t files < <(projectFiles '*.cpp' '*.h' '*.c')
 if [[ ${#files[@]} == 0 ]]; then
   fail "no files found"

@@ -62,6 +62,8 @@ if [[ ${1-} == --keep ]]; then
   shift
 fi
 release=${1-bookworm}
+[[ $# -le 1 && $release != -* ]] ||
+  fail "usage: $0 [--keep] [release]"
 
 if [[ $(id -u) != 0 ]]; then
   fail "needs root"

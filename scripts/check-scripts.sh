@@ -6,6 +6,7 @@
 # shellcheck source-path=SCRIPTDIR
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
+noArguments "$@"
 scripts/packages.sh git shellcheck
 mapfile -t files < <(projectFiles '*.sh' .ci/run)
 if [[ ${#files[@]} == 0 ]]; then

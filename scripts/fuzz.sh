@@ -11,7 +11,7 @@
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 seconds=${1:-60}
-[[ $seconds =~ ^[1-9][0-9]*$ ]] || fail "usage: $0 [SECONDS]"
+[[ $# -le 1 && $seconds =~ ^[1-9][0-9]*$ ]] || fail "usage: $0 [SECONDS]"
 
 scripts/packages.sh clang cmake ninja-build "libclang-rt-14-dev"
 prepareBuild fuzz

@@ -3,7 +3,8 @@
 #
 # Installs the Debian packages named as arguments, those that are missing:
 # scripts/packages.sh g++ cmake. Without a missing one it does nothing and needs
-# no rights; else it needs root, or sudo.
+# no rights; else it needs root, or sudo. A CMake that is too old for the presets
+# is told of before anything is installed.
 
 # shellcheck source-path=SCRIPTDIR
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -19,7 +20,7 @@ asRoot() {
   elif command -v sudo >/dev/null; then
     sudo "$@"
   else
-    fail "neither root nor sudo; as root, run: apt-get install ${missing[*]}"
+    fail "neither root nor sudo; $asRootRun"
   fi
 }
 
@@ -41,8 +42,31 @@ areListed() {
   done
 }
 
+# The version of CMake that is there, or else that would be; nothing if no
+# package lists tell.
+cmakeVersion() {
+  if command -v cmake >/dev/null; then
+    cmake --version | sed -n 's/^cmake version //p'
+  else
+    LC_ALL=C apt-cache policy cmake | sed -n 's/^ *Candidate: \([0-9].*\)/\1/p'
+  fi
+}
+
+checkCmake() {
+  local needed=3.25 version
+  version=$(cmakeVersion)
+  if [[ -n $version ]] &&
+    [[ $(printf '%s\n' "$needed" "$version" | sort -V | head -n 1) != "$needed" ]]
+  then
+    fail "needs CMake $needed, and here is $version; Debian 12 or newer has it"
+  fi
+}
+
 if ! command -v dpkg-query >/dev/null; then
-  fail "no Debian system; what is needed is known there as: $*"
+  fail "needs Debian 12 or newer, which knows what is missing here as: $*"
+fi
+if [[ " $* " == *" cmake "* ]]; then
+  checkCmake
 fi
 
 missing=()
@@ -56,8 +80,13 @@ if [[ ${#missing[@]} == 0 ]]; then
 fi
 
 say "Installing ${missing[*]}"
+asRootRun="as root, run: apt-get install ${missing[*]}"
+if [[ $(id -u) != 0 ]] && command -v sudo >/dev/null && ! sudo true; then
+  fail "sudo refuses; $asRootRun"
+fi
 if areListed && install; then
   exit 0
 fi
-aptGet update
-install
+# Old or no lists: the error of one archive is none of another's packages.
+aptGet update || true
+install || fail "cannot install ${missing[*]}; is there a network?"

@@ -8,6 +8,14 @@
 # shellcheck source-path=SCRIPTDIR
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
+mapfile -t presets < <(sed -n \
+  '/"testPresets"/,/^  ]/s/.*"configurePreset": "\([^"]*\)".*/\1/p' \
+  CMakePresets.json)
+for preset in "$@"; do
+  [[ " ${presets[*]} " == *" $preset "* ]] ||
+    fail "no preset \"$preset\"; there are: ${presets[*]}"
+done
+
 # What a preset needs beyond the rest. For m32 not g++-multilib, which cannot be
 # installed beside cross compilers.
 packagesFor() {
