@@ -211,6 +211,28 @@ installStatic() {
     "$(cd "$staticInstalled/$libdir" && echo libqorutil.*)"
 }
 
+# Whatever else the archive defines could be a name of its user's, and one of the
+# two would be taken for both. So it is inside qorutil_internal or a class of the
+# interface, is std's, or is one that every program may have from its compiler.
+archiveNames() {
+  test "$pointerSize" = 8 || skip "the list shows the types of 64-bit targets"
+  exported=$source/tests/consumer/exported_symbols.txt
+  classes=$(sed -n 's/^\([A-Za-z]*\)::.*/\1/p' "$exported" | sort -u | paste -sd '|')
+  # Mangled, where no return type comes first. T and G: what the compiler makes for
+  # a class or a static object; Z: something local. At the end the operators new and
+  # delete that <new> defines.
+  internal='^_Z(T[VTISC]|GV|GR)?[NZKVRO]*(16qorutil_internal|S[tabsiod]|9__gnu_cxx)'
+  compiler='^(DW\.ref\..*|__clang_call_terminate|_Znw[jm]Pv|_ZdlPvS_)$'
+  $nm --defined-only "$staticInstalled/$libdir/libqorutil.a" |
+    sed -n 's/^[0-9a-f]* [A-Zu] //p' >archive.txt
+  test -s archive.txt || fail "the library defines nothing"
+  grep -vE -e "$internal" -e "$compiler" archive.txt |
+    $cxxfilt -i | LC_ALL=C sort -u | LC_ALL=C comm -23 - "$exported" |
+    grep -vE "^(([a-z]+ )+for (.*-in-)?)?($classes)(::|$)" >archive_names.txt || true
+  expectSame "the list of names that are not the library's to take" "" \
+    "$(cat archive_names.txt)"
+}
+
 staticFindPackage() {
   buildWithCmake static-find-package -DCMAKE_PREFIX_PATH="$staticInstalled"
 }
