@@ -158,6 +158,7 @@ components() {
     for header in "$source"/include/qorutil/*.h; do
       echo "development/include/qorutil/${header##*/}"
     done
+    echo development/include/qorutil/config.h  # made when configuring
     echo "development/$libdir/libqorutil.so"
     echo "development/$libdir/pkgconfig/qorutil.pc"
     for component in development runtime tools; do

@@ -82,7 +82,7 @@ arguments() {
     [ -s "$out" ] || fail "$script --help: prints nothing"
     expectCalls ""
   done
-  presets="dev clang release asan tsan static unsigned-char m32 armhf arm64"
+  presets="dev clang release asan tsan static unsigned-char m32 armhf armhf-time64 arm64"
   refuses "test.sh: no preset \"nosuch\"; there are: $presets" \
     "$root/scripts/test.sh" dev nosuch
   refuses 'demo.sh: takes no arguments, not "more"; see --help' \
