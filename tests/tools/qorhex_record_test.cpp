@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "qorhex/record.h"
+#include "reading/record.h"
 #include "support/hexrecord.h"
 
 namespace {

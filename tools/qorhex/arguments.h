@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "reading/failure.h"
+
 /// What the user asks for.
 struct arguments_t {
   /// The HEX files.
@@ -33,16 +35,6 @@ struct arguments_t {
   bool progress{false};
   /// How often --verbose was given.
   int verbosity{0};
-};
-
-/// The exit statuses.
-enum exitStatus_t : int {
-  /// All is well.
-  ALL_WELL = 0,
-  /// A file failed, or the output.
-  FAILED = 1,
-  /// The command line makes no sense.
-  WRONG_USAGE = 2
 };
 
 /// Reads the command line into `arguments`. Returns the status to exit with,

@@ -17,17 +17,18 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <qorutil/exception.h>
 #include <qorutil/intelhex.h>
 
 #include "arguments.h"
-#include "descriptor.h"
-#include "dumping.h"
-#include "messages.h"
-#include "reading.h"
-#include "segments.h"
-#include "temporary.h"
-#include "writing.h"
+#include "image/segments.h"
+#include "reading/descriptor.h"
+#include "reading/failure.h"
+#include "reading/reading.h"
+#include "telling/dump.h"
+#include "telling/messages.h"
+#include "telling/table.h"
+#include "writing/temporary.h"
+#include "writing/writing.h"
 
 namespace {
 
@@ -81,7 +82,7 @@ bool handleFile(const arguments_t& arguments, const std::string& path) {
     }
     return (writing && !arguments.dumpedPerLine) ||
            showFile(arguments, path, segments);
-  } catch (const QorException& failure) {
+  } catch (const Failure& failure) {
     std::cerr << "qorhex: " << failure.what() << '\n';
   } catch (const std::bad_alloc&) {
     messageAbout(path) << "out of memory\n";
@@ -92,13 +93,13 @@ bool handleFile(const arguments_t& arguments, const std::string& path) {
 exitStatus_t handleFiles(const arguments_t& arguments) {
   if (arguments.outputFolder && !isFolder(*arguments.outputFolder)) {
     messageAbout(*arguments.outputFolder) << std::strerror(errno) << '\n';
-    return FAILED;
+    return SYSTEM_FAILED;
   }
   bool well = true;
   for (const std::string& path : arguments.files) {
     well = handleFile(arguments, path) && well;
   }
-  return well ? ALL_WELL : FAILED;
+  return well ? ALL_WELL : REFUSED;
 }
 
 }  // namespace
@@ -112,11 +113,11 @@ int main(int argc, char** argv) {
     arguments_t arguments;
     std::ostringstream answer;
     if (const auto status = readArguments(argc, argv, arguments, answer)) {
-      return writeOutput(answer.str()) ? *status : FAILED;
+      return writeOutput(answer.str()) ? *status : SYSTEM_FAILED;
     }
     return handleFiles(arguments);
   } catch (const std::exception& exception) {
     std::cerr << "qorhex: " << exception.what() << '\n';
-    return FAILED;
+    return SYSTEM_FAILED;
   }
 }

@@ -12,9 +12,9 @@
 #include <string_view>
 #include <vector>
 
-#include "descriptor.h"
-#include "messages.h"
-#include "record.h"
+#include "reading/descriptor.h"
+#include "reading/record.h"
+#include "telling/messages.h"
 
 /// A FILE argument, open for reading.
 class TextInput {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "messages.h"
+#include "telling/messages.h"
 
 #include <cerrno>
 #include <cstring>

@@ -9,7 +9,7 @@
 
 #include <sys/types.h>
 
-#include "descriptor.h"
+#include "reading/descriptor.h"
 
 /// A file that exists under a temporary name, until it gets its own.
 ///

@@ -2,13 +2,13 @@
 //
 // The segments as a hex dump on standard output.
 
-#ifndef QORHEX_DUMPING_H
-#define QORHEX_DUMPING_H
+#ifndef QORHEX_DUMP_H
+#define QORHEX_DUMP_H
 
 #include <cstdint>
 #include <vector>
 
-#include "segments.h"
+#include "image/segments.h"
 
 /// Writes the bytes of `segments` to standard output, `bytesPerLine` in a line,
 /// behind the image address of the line's first byte. Every segment begins a
@@ -19,4 +19,4 @@
 bool dumpSegments(const std::vector<segment_t>& segments,
                   std::uint64_t bytesPerLine);
 
-#endif  // QORHEX_DUMPING_H
+#endif  // QORHEX_DUMP_H

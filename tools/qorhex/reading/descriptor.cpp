@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "descriptor.h"
+#include "reading/descriptor.h"
 
 #include <cerrno>
 #include <utility>
@@ -8,7 +8,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <qorutil/exception.h>
+#include "reading/failure.h"
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
   if (this != &other) {
@@ -26,15 +26,6 @@ void Descriptor::reset() {
   if (isOpen()) {
     ::close(release());
   }
-}
-
-void throwSystemError(const std::string& subject) {
-  const int error = errno;
-  throw QorException(error, subject.c_str());
-}
-
-void throwError(const std::string& subject, const std::string& text) {
-  throw QorException(0, (subject + ": " + text).c_str());
 }
 
 Descriptor makeAnonymousFile(const std::string& subject) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "output.h"
+#include "writing/output.h"
 
 #include <algorithm>
 #include <array>
@@ -13,6 +13,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "reading/failure.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "temporary.h"
+#include "writing/temporary.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,18 +1,19 @@
 // SPDX-License-Identifier: MIT
 
-#include "reading.h"
+#include "reading/reading.h"
 
 #include <cstdint>
 #include <iostream>
 #include <new>
 #include <optional>
 
-#include "descriptor.h"
-#include "messages.h"
-#include "normal_text.h"
-#include "record_index.h"
-#include "record_reader.h"
-#include "text_input.h"
+#include "reading/descriptor.h"
+#include "reading/failure.h"
+#include "reading/normal_text.h"
+#include "reading/record_index.h"
+#include "reading/record_reader.h"
+#include "reading/text_input.h"
+#include "telling/messages.h"
 
 namespace {
 
@@ -91,11 +92,12 @@ IntelHexFile load(const std::string& path, const std::string& subject) {
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& exception) {
-    throwError(subject, std::string(reason) + ": " + exception.what());
+    throw Failure(REFUSED, subject,
+                  std::string(reason) + ": " + exception.what());
   } catch (const char* text) {
-    throwError(subject, std::string(reason) + ": " + text);
+    throw Failure(REFUSED, subject, std::string(reason) + ": " + text);
   }
-  throwError(subject, reason);
+  throw Failure(REFUSED, subject, reason);
 }
 
 // Returns normalised text in an anonymous file, or none when the library reads

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "text_input.h"
+#include "reading/text_input.h"
 
 #include <cerrno>
 #include <cstring>
@@ -9,6 +9,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "reading/failure.h"
 
 TextInput::TextInput(std::string pathName)
     : path(std::move(pathName)),

@@ -10,8 +10,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "normal_text.h"
-#include "record_reader.h"
+#include "reading/normal_text.h"
+#include "reading/record_reader.h"
 
 /// Where a piece of data lies, in the text and in the image.
 struct indexEntry_t {

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "descriptor.h"
-#include "temporary.h"
+#include "reading/descriptor.h"
+#include "writing/temporary.h"
 
 /// A file in the making.
 ///

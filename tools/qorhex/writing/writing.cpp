@@ -1,20 +1,17 @@
 // SPDX-License-Identifier: MIT
 
-#include "writing.h"
+#include "writing/writing.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <iomanip>
-#include <ostream>
 #include <system_error>
 #include <utility>
 
-#include <qorutil/system.h>
-
-#include "descriptor.h"
-#include "messages.h"
-#include "output.h"
+#include "reading/descriptor.h"
+#include "reading/failure.h"
+#include "telling/messages.h"
+#include "writing/output.h"
 
 namespace {
 
@@ -64,13 +61,14 @@ std::uint64_t checkSpan(const arguments_t& arguments, const std::string& path,
   const std::uint64_t first = segments.front().address;
   const std::uint64_t size = segments.back().end() - first;
   if (size > arguments.maxSize) {
-    throwError(path,
-               "the image spans " + std::to_string(size) + " bytes (" +
-                   sizeText(size) + ") from " + hexText(first, addressDigits) +
-                   " to " + hexText(first + size - 1, addressDigits) +
-                   ", more than the " + std::to_string(arguments.maxSize) +
-                   " (" + sizeText(arguments.maxSize) +
-                   ") that --max-size allows for --binary");
+    throw Failure(REFUSED, path,
+                  "the image spans " + std::to_string(size) + " bytes (" +
+                      sizeText(size) + ") from " +
+                      hexText(first, addressDigits) + " to " +
+                      hexText(first + size - 1, addressDigits) +
+                      ", more than the " + std::to_string(arguments.maxSize) +
+                      " (" + sizeText(arguments.maxSize) +
+                      ") that --max-size allows for --binary");
   }
   return size;
 }
@@ -90,41 +88,7 @@ bool sameFile(const std::filesystem::path& one,
              weakly_canonical(absolute(two, ignored), ignored);
 }
 
-// The most characters of a readable size in the list.
-std::size_t widestSize(const std::vector<segment_t>& segments,
-                       std::uint64_t total) {
-  std::size_t widest = sizeText(total).size();
-  for (const segment_t& segment : segments) {
-    widest = std::max(widest, sizeText(segment.size).size());
-  }
-  return widest;
-}
-
 }  // namespace
-
-void listSegments(std::ostream& os, const std::vector<segment_t>& segments) {
-  std::uint64_t total = 0;
-  for (const segment_t& segment : segments) {
-    total += segment.size;
-  }
-  const std::string totalText = std::to_string(total);
-  if (segments.empty()) {
-    os << "total  " << totalText << '\n';
-    return;
-  }
-  const auto width = static_cast<int>(totalText.size());
-  const auto readableWidth = static_cast<int>(widestSize(segments, total));
-  os << "   no  first       last        size\n";
-  for (std::size_t i = 0; i < segments.size(); ++i) {
-    const segment_t& segment = segments[i];
-    os << std::setw(5) << i << "  " << hexText(segment.address, addressDigits)
-       << "  " << hexText(segment.end() - 1, addressDigits) << "  "
-       << std::setw(width) << segment.size << "  " << std::setw(readableWidth)
-       << printSize(segment.size) << '\n';
-  }
-  os << "total" << std::string(26, ' ') << totalText << "  "
-     << std::setw(readableWidth) << printSize(total) << '\n';
-}
 
 void writeFiles(const arguments_t& arguments, const std::string& path,
                 const std::vector<segment_t>& segments) {
@@ -136,7 +100,7 @@ void writeFiles(const arguments_t& arguments, const std::string& path,
       const std::string name =
           segmentFileName(*arguments.outputFolder, path, segment);
       if (arguments.binaryFile && sameFile(*arguments.binaryFile, name)) {
-        throwError(name, "--binary names a segment of --output");
+        throw Failure(REFUSED, name, "--binary names a segment of --output");
       }
       files.emplace_back(name, makeSegmentFile(arguments, name, segment));
     }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 
-#include "normal_text.h"
+#include "reading/normal_text.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "descriptor.h"
+#include "reading/descriptor.h"
 
 namespace {
 

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 
-#include "record_reader.h"
+#include "reading/record_reader.h"
 
 #include <algorithm>
 #include <cstring>
 #include <string_view>
 
-#include "messages.h"
+#include "reading/failure.h"
+#include "telling/messages.h"
 
 namespace {
 
@@ -76,9 +77,10 @@ bool RecordReader::next(piece_t& piece) {
         takeEntry();
     }
   }
-  throwError(text.name(), "line " + std::to_string(lastNumber) +
-                              ": the file ends without an end record: " +
-                              text.quoteLineAt(lastPosition));
+  throw Failure(REFUSED, text.name(),
+                "line " + std::to_string(lastNumber) +
+                    ": the file ends without an end record: " +
+                    text.quoteLineAt(lastPosition));
 }
 
 // Reads the next record, whatever its type; false at the end of the text.
@@ -101,8 +103,9 @@ bool RecordReader::nextLine() {
 }
 
 void RecordReader::fail(const std::string& reason) const {
-  throwError(text.name(), "line " + std::to_string(line.number) + ": " +
-                              reason + ": " + quoteText(line.text, line.size));
+  throw Failure(REFUSED, text.name(),
+                "line " + std::to_string(line.number) + ": " + reason + ": " +
+                    quoteText(line.text, line.size));
 }
 
 // Cuts off what stands around a record.

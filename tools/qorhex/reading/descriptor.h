@@ -43,13 +43,6 @@ class Descriptor {
   int number{-1};
 };
 
-/// Throws a QorException with `subject` and the text of `errno`.
-[[noreturn]] void throwSystemError(const std::string& subject);
-
-/// Throws a QorException with the message "<subject>: <text>".
-[[noreturn]] void throwError(const std::string& subject,
-                             const std::string& text);
-
 /// Returns a new anonymous file; failure is reported under `subject`.
 Descriptor makeAnonymousFile(const std::string& subject);
 

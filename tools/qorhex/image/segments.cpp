@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "segments.h"
+#include "image/segments.h"
 
 #include <algorithm>
 

@@ -1,21 +1,15 @@
 // SPDX-License-Identifier: MIT
 //
-// What the tool makes of the segments: the table and the binary files.
+// The files that the tool writes.
 
 #ifndef QORHEX_WRITING_H
 #define QORHEX_WRITING_H
 
-#include <iosfwd>
 #include <string>
 #include <vector>
 
 #include "arguments.h"
-#include "segments.h"
-
-/// Writes the table of `segments` to `os`: a heading, a line for each, the
-/// total; sizes in bytes, and once more in a readable unit. Without segments
-/// there is the total only.
-void listSegments(std::ostream& os, const std::vector<segment_t>& segments);
+#include "image/segments.h"
 
 /// Writes the files that `arguments` ask for, for the HEX file `path`.
 ///

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "record_index.h"
+#include "reading/record_index.h"
 
 #include <algorithm>
 #include <iterator>
@@ -10,8 +10,9 @@
 #include <string_view>
 #include <utility>
 
-#include "descriptor.h"
-#include "messages.h"
+#include "reading/descriptor.h"
+#include "reading/failure.h"
+#include "telling/messages.h"
 
 namespace {
 
@@ -41,14 +42,15 @@ void sortByAddress(std::vector<indexEntry_t>& entries) {
   if (one.first->position > two.first->position) {
     std::swap(one, two);
   }
-  throwError(text.name(),
-             "line " + std::to_string(two.first->line) + ": byte " +
-                 hexText(two.second, 2) + " at " + hexText(address, 8) +
-                 " conflicts with " + hexText(one.second, 2) + " of line " +
-                 std::to_string(one.first->line) + " (--force accepts that): " +
-                 text.quoteLineAt(two.first->position) + ", line " +
-                 std::to_string(one.first->line) + ": " +
-                 text.quoteLineAt(one.first->position));
+  throw Failure(
+      REFUSED, text.name(),
+      "line " + std::to_string(two.first->line) + ": byte " +
+          hexText(two.second, 2) + " at " + hexText(address, 8) +
+          " conflicts with " + hexText(one.second, 2) + " of line " +
+          std::to_string(one.first->line) +
+          " (--force accepts that): " + text.quoteLineAt(two.first->position) +
+          ", line " + std::to_string(one.first->line) + ": " +
+          text.quoteLineAt(one.first->position));
 }
 
 // The bytes that later pieces may still overlap: as these ascend, no more than
@@ -159,7 +161,7 @@ mergeCount_t RecordIndex::merge(NormalText& out, bool force) const {
     const record_t record{line.data()};
     if (soundRecord(line.data(), line.size()) == 0 ||
         record.size() < std::uint64_t{entry.skipped} + entry.size) {
-      throwError(text.name(), "changed while it was read");
+      throw Failure(REFUSED, text.name(), "changed while it was read");
     }
     unsigned char bytes[maxRecordData];
     decodeBytes(record.digits(entry.skipped), entry.size, bytes);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "record.h"
+#include "reading/record.h"
 
 #include <algorithm>
 #include <cstring>
@@ -8,7 +8,7 @@
 
 #include <qorutil/formatting.h>
 
-#include "messages.h"
+#include "telling/messages.h"
 
 // Elsewhere the compiler would take the vectors apart again.
 #if (defined(__SSE2__) || defined(__ARM_NEON)) && \

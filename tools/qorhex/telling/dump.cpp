@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "dumping.h"
+#include "telling/dump.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -10,8 +10,8 @@
 
 #include <qorutil/formatting.h>
 
-#include "descriptor.h"
-#include "messages.h"
+#include "reading/descriptor.h"
+#include "telling/messages.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include <cstdint>
 #include <string>
 
-#include "record.h"
-#include "text_input.h"
+#include "reading/record.h"
+#include "reading/text_input.h"
 
 /// A run of data bytes of one record. A record that wraps inside its segment
 /// makes two.

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+
+#include "reading/failure.h"
+
+#include <cerrno>
+
+Failure::Failure(int error, const std::string& subject)
+    : QorException(error, subject.c_str()), status(SYSTEM_FAILED) {}
+
+Failure::Failure(exitStatus_t exitStatus, const std::string& subject,
+                 const std::string& text)
+    : QorException(0, (subject + ": " + text).c_str()), status(exitStatus) {}
+
+void throwSystemError(const std::string& subject) {
+  throw Failure(errno, subject);
+}
