@@ -43,9 +43,9 @@ run() {
   timeout 60 "$qorhex" "$@" >"$work/out" 2>"$work/err" || status=$?
 }
 
-# A refusal has exit status 1 and says something that names the file.
+# A refusal has exit status 3 and says something that names the file.
 expect_refusal() {
-  [ "$status" -eq 1 ] || differs "$1: exit status $status, not 1"
+  [ "$status" -eq 3 ] || differs "$1: exit status $status, not 3"
   grep -qF "$file" "$work/err" || differs "$1: no message names the file"
 }
 

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// The check of a record that qorhex makes, held against the plain rule.
+// How qorhex decodes a record, held against the plain rule.
 
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
+#include <numeric>
 #include <random>
 #include <string>
 #include <vector>
@@ -18,13 +19,37 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
+struct decoded_t {
+  std::size_t length;
+  recordHead_t head;
+  Bytes data;
+};
+
 // Returns what both forms find in `text`, which lies where the sanitizer
-// notices a read beyond its end.
-std::size_t commonLength(const std::string& text) {
+// notices a read beyond its end, and for the fast one as far as that may read.
+decoded_t commonResult(const std::string& text) {
   const std::vector<char> exact(text.begin(), text.end());
-  const std::size_t length = soundRecordReference(exact.data(), exact.size());
-  EXPECT_EQ(soundRecord(exact.data(), exact.size()), length) << text;
-  return length;
+  decoded_t plain{0, {}, Bytes(recordRoom)};
+  plain.length = decodeRecordReference(exact.data(), exact.size(), plain.head,
+                                       plain.data.data());
+  std::vector<char> roomy(exact);
+  roomy.resize(std::max(roomy.size(), textRoom), '\n');
+  decoded_t fast{0, {}, Bytes(recordRoom)};
+  fast.length = decodeRecord(roomy.data(), fast.head, fast.data.data());
+  EXPECT_EQ(fast.length, plain.length) << text;
+  if (plain.length != 0) {
+    plain.data.resize(plain.head.size);
+    fast.data.resize(fast.head.size);
+    EXPECT_EQ(fast.head.size, plain.head.size) << text;
+    EXPECT_EQ(fast.head.offset, plain.head.offset) << text;
+    EXPECT_EQ(fast.head.type, plain.head.type) << text;
+    EXPECT_EQ(fast.data, plain.data) << text;
+  }
+  return plain;
+}
+
+std::size_t commonLength(const std::string& text) {
+  return commonResult(text).length;
 }
 
 Bytes randomBytes(std::mt19937& generator, std::size_t size) {
@@ -44,7 +69,7 @@ std::string lowerCase(std::string text) {
 // Takes the vectors to the end of the record.
 const std::string behind = "\n:10000000 and more than sixteen characters\n";
 
-TEST(SoundRecord, RecordsOfAllSizesAreFoundWhateverStandsBehind) {
+TEST(DecodeRecord, RecordsOfAllSizesAreFoundWhateverStandsBehind) {
   std::mt19937 generator(1);
   for (std::size_t size = 0; size < 256; ++size) {
     const std::string text = hexRecord(static_cast<unsigned>(size), 0x89AB,
@@ -59,7 +84,7 @@ TEST(SoundRecord, RecordsOfAllSizesAreFoundWhateverStandsBehind) {
   }
 }
 
-TEST(SoundRecord, ACutRecordIsNone) {
+TEST(DecodeRecord, ACutRecordIsNone) {
   std::mt19937 generator(2);
   for (const std::size_t size : {0U, 1U, 11U, 16U, 32U, 255U}) {
     const std::string text = hexRecord(0, 0, randomBytes(generator, size));
@@ -70,7 +95,7 @@ TEST(SoundRecord, ACutRecordIsNone) {
   }
 }
 
-TEST(SoundRecord, EveryCharacterAtEveryPlaceIsJudgedByTheRule) {
+TEST(DecodeRecord, EveryCharacterAtEveryPlaceIsJudgedByTheRule) {
   std::mt19937 generator(3);
   for (const std::size_t size : {0U, 1U, 2U, 11U, 16U, 21U}) {
     const std::string text = hexRecord(0, 0x1234, randomBytes(generator, size));
@@ -87,7 +112,7 @@ TEST(SoundRecord, EveryCharacterAtEveryPlaceIsJudgedByTheRule) {
   }
 }
 
-TEST(SoundRecord, EveryOtherChecksumIsWrong) {
+TEST(DecodeRecord, EveryOtherChecksumIsWrong) {
   constexpr char digits[] = "0123456789abcdef";
   std::string text = hexRecord(0, 0xFFF0, Bytes(16, 0xFF)) + behind;
   int sound = 0;
@@ -99,7 +124,7 @@ TEST(SoundRecord, EveryOtherChecksumIsWrong) {
   EXPECT_EQ(sound, 1);
 }
 
-TEST(SoundRecord, RandomChangesAreJudgedByTheRule) {
+TEST(DecodeRecord, RandomChangesAreJudgedByTheRule) {
   std::mt19937 generator(4);
   constexpr char likely[] = "0123456789ABCDEFabcdef:G`g@/\r\n \x10\x90";
   const auto below = [&](unsigned limit) {
@@ -120,18 +145,24 @@ TEST(SoundRecord, RandomChangesAreJudgedByTheRule) {
   EXPECT_LT(sound, 40000);
 }
 
-TEST(SoundRecord, TheFieldsAreThoseOfTheText) {
+TEST(DecodeRecord, FieldsAndDataAreThoseOfTheText) {
   const std::string text = ":04ABCD05deadBEEF47";
-  ASSERT_EQ(commonLength(text), text.size());
-  const record_t record{text.data()};
-  EXPECT_EQ(record.size(), 4U);
-  EXPECT_EQ(record.offset(), 0xABCDU);
-  EXPECT_EQ(record.type(), 5U);
-  EXPECT_EQ(record.word(0), 0xDEADU);
-  EXPECT_EQ(record.word(2), 0xBEEFU);
-  Bytes bytes(3);
-  decodeBytes(record.digits(1), bytes.size(), bytes.data());
-  EXPECT_EQ(bytes, (Bytes{0xAD, 0xBE, 0xEF}));
+  const decoded_t decoded = commonResult(text);
+  ASSERT_EQ(decoded.length, text.size());
+  EXPECT_EQ(decoded.head.size, 4U);
+  EXPECT_EQ(decoded.head.offset, 0xABCDU);
+  EXPECT_EQ(decoded.head.type, 5U);
+  EXPECT_EQ(decoded.data, (Bytes{0xDE, 0xAD, 0xBE, 0xEF}));
+}
+
+TEST(DecodeRecord, DataOfAllSizesArriveInTheirOrder) {
+  for (std::size_t size = 0; size < 256; ++size) {
+    Bytes data(size);
+    std::iota(data.begin(), data.end(), static_cast<unsigned char>(size));
+    const decoded_t decoded = commonResult(hexRecord(0, 0x1234, data) + behind);
+    EXPECT_EQ(decoded.data, data);
+    EXPECT_EQ(decoded.head.size, size);
+  }
 }
 
 }  // namespace

@@ -2,114 +2,144 @@
 
 #include "arguments.h"
 
+#include <algorithm>
 #include <filesystem>
-#include <iostream>
-#include <limits>
 #include <set>
+#include <sstream>
 #include <string_view>
+#include <utility>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <qorutil/options.h>
+
+#include "image/numbers.h"
+#include "reading/names.h"
+#include "telling/messages.h"
 
 namespace {
 
 // What Options::get() returns for the options without a short form.
 enum longOption_t : int { STRICT = 256, FORCE, MAX_SIZE };
 
-Options makeOptions() {
+constexpr std::uint64_t standardPerLine = 16;
+constexpr std::uint64_t mostPerLine = 4096;
+
+std::vector<Options::option_t> describeOptions() {
   return {
       optionHelp,
       optionVerbose,
       optionProgress,
+      {'V', "version", nullptr, false, "Show the version."},
+      {'x', "hexdump", "n", false,
+       "Dump the bytes, n per line (-x8), default=16."},
+      {'b', "binary", "file", true, "Write the whole image, gaps filled."},
       {'o', "output", "dir", true,
        "Write every segment to\n<dir>/<file stem>-<start address>.bin."},
-      {'b', "binary", "file", true,
-       "Write the whole image, gaps filled with 0xff."},
       {'r', "reverse", nullptr, false,
-       "Reverse the bytes of each segment before writing or dumping."},
-      {'x', "hexdump", "n", false,
-       "Dump the bytes of each segment,\nn per line, default=16."},
-      {STRICT, "strict", nullptr, false,
-       "Hand the file to the library unread, without repairs."},
-      {FORCE, "force", nullptr, false,
-       "Accept records with conflicting bytes."},
+       "Reverse each segment before it is written\nor dumped."},
       {MAX_SIZE, "max-size", "n", true,
-       "Largest image for --binary, in bytes\nor as nK, nM, nG, default=256M."},
-      {'V', "version", nullptr, false, "Show the version."},
+       "Largest --binary: n, nK, nM, nG,\ndefault=256M."},
+      {FORCE, "force", nullptr, false, "Accept conflicting bytes."},
+      {STRICT, "strict", nullptr, false, "Leave all reading to the library."},
   };
 }
 
-exitStatus_t wrongUsage(const std::string& reason) {
-  if (!reason.empty()) {
-    std::cerr << "qorhex: " << reason << '\n';
-  }
-  std::cerr << "qorhex: try 'qorhex --help'\n";
-  return WRONG_USAGE;
+// Thrown where the command line makes no sense.
+struct usageError_t {
+  std::string reason;
+};
+
+std::string quoted(const char* text) {
+  return ": '" + escapeName(text) + "'";
 }
 
-// Reads a number of decimal digits, nothing else, that 64 bits hold.
-std::optional<std::uint64_t> parseNumber(std::string_view text) {
-  std::uint64_t number = 0;
-  for (const char character : text) {
-    if (character < '0' || character > '9') {
-      return std::nullopt;
-    }
-    const auto digit = static_cast<std::uint64_t>(character - '0');
-    if (number > (std::numeric_limits<std::uint64_t>::max() - digit) / 10) {
-      return std::nullopt;
-    }
-    number = number * 10 + digit;
+// Notes that `target`, where `option` puts its argument, is to be `value`.
+void setOnce(std::optional<std::string>& target, const char* option,
+             const char* value) {
+  if (target) {
+    throw usageError_t{std::string(option) + " is given twice"};
   }
-  return text.empty() ? std::nullopt : std::optional(number);
+  target = value;
 }
 
-// Reads "64", "64K", "64M" or "64G"; nothing else, and nothing that 64 bits do
-// not hold.
-std::optional<std::uint64_t> parseSize(std::string_view text) {
-  constexpr std::string_view units = "KMG";
-  unsigned shift = 0;
-  if (!text.empty() && units.find(text.back()) != std::string_view::npos) {
-    shift = 10 * (1 + static_cast<unsigned>(units.find(text.back())));
-    text.remove_suffix(1);
+std::uint64_t parsePerLine(const char* text) {
+  if (text == nullptr) {
+    return standardPerLine;
   }
-  const std::optional<std::uint64_t> number = parseNumber(text);
-  if (!number || *number > std::numeric_limits<std::uint64_t>::max() >> shift) {
-    return std::nullopt;
+  std::string reason;
+  const auto number = parseNumber(text, 1, mostPerLine, reason);
+  if (!number) {
+    throw usageError_t{"--hexdump: " + reason + quoted(text)};
   }
-  return *number << shift;
+  return *number;
 }
 
-// Reads the number of bytes in a line of a dump; a missing one is the default.
-std::optional<std::uint64_t> parsePerLine(const char* text) {
-  constexpr std::uint64_t standard = 16;
-  constexpr std::uint64_t most = 4096;
-  const std::optional<std::uint64_t> number =
-      text == nullptr ? standard : parseNumber(text);
-  return number && *number >= 1 && *number <= most ? number : std::nullopt;
+std::uint64_t parseMaxSize(const std::optional<std::uint64_t>& before,
+                           const char* text) {
+  if (before) {
+    throw usageError_t{"--max-size is given twice"};
+  }
+  std::string reason;
+  const auto size = parseSize(text, reason);
+  if (!size) {
+    throw usageError_t{"--max-size: " + reason + quoted(text)};
+  }
+  return *size;
 }
 
-exitStatus_t showHelp(const Options& options, std::ostream& out) {
-  out << "Usage: qorhex [options] FILE...\n"
-         "Lists the segments of Intel HEX files, dumps them, or writes "
-         "them as raw\nbinary files.\n\n";
-  options.print(out);
+exitStatus_t showHelp(const Options& options) {
+  std::ostringstream text;
+  text.exceptions(std::ios_base::badbit);  // lets std::bad_alloc through
+  text << "Usage: qorhex [options] FILE...\n"
+          "Lists the segments of Intel HEX files, dumps them, or writes "
+          "them as raw\nbinary files.\n\n";
+  options.print(text);
+  writeOutput(text.str());
   return ALL_WELL;
 }
 
-exitStatus_t showVersion(std::ostream& out) {
-  out << "qorhex " QORHEX_VERSION "\n";
+exitStatus_t showVersion() {
+  writeOutput("qorhex " QORHEX_VERSION "\n");
   return ALL_WELL;
+}
+
+// Says what getopt_long() did not understand, whose own message would show the
+// argument as it is. It has taken the argument before `optind`, or is still at
+// the letters of that one.
+[[noreturn]] void throwUnknown(const std::vector<Options::option_t>& known,
+                               char** argv) {
+  if (optopt == 0) {
+    throw usageError_t{"unknown or ambiguous option" +
+                       quoted(argv[optind - 1])};
+  }
+  for (const Options::option_t& option : known) {
+    if (option.shortName == optopt) {
+      throw usageError_t{
+          std::string("--") + option.longName +
+          (option.argRequired ? " needs an argument" : " takes no argument")};
+    }
+  }
+  const char letter[] = {'-', static_cast<char>(optopt), '\0'};
+  throw usageError_t{"unknown option" + quoted(letter)};
 }
 
 std::optional<exitStatus_t> readOptions(int argc, char** argv,
-                                        arguments_t& arguments,
-                                        std::ostream& out) {
-  Options options = makeOptions();
+                                        arguments_t& arguments) {
+  const std::vector<Options::option_t> known = describeOptions();
+  Options options;
+  for (const Options::option_t& option : known) {
+    options.add(option);
+  }
+  std::optional<std::uint64_t> maxSize;
+  opterr = 0;
   for (int option = 0; (option = options.get(argc, argv)) != -1;) {
     switch (option) {
       case 'h':
-        return showHelp(options, out);
+        return showHelp(options);
       case 'V':
-        return showVersion(out);
+        return showVersion();
       case 'v':
         ++arguments.verbosity;
         break;
@@ -117,20 +147,16 @@ std::optional<exitStatus_t> readOptions(int argc, char** argv,
         arguments.progress = true;
         break;
       case 'o':
-        arguments.outputFolder = optarg;
+        setOnce(arguments.outputFolder, "--output", optarg);
         break;
       case 'b':
-        arguments.binaryFile = optarg;
+        setOnce(arguments.binaryFile, "--binary", optarg);
         break;
       case 'r':
         arguments.reverse = true;
         break;
       case 'x':
         arguments.dumpedPerLine = parsePerLine(optarg);
-        if (!arguments.dumpedPerLine) {
-          return wrongUsage("--hexdump: not a number from 1 to 4096: '" +
-                            std::string(optarg) + "'");
-        }
         break;
       case STRICT:
         arguments.strict = true;
@@ -138,54 +164,100 @@ std::optional<exitStatus_t> readOptions(int argc, char** argv,
       case FORCE:
         arguments.force = true;
         break;
-      case MAX_SIZE: {
-        const std::optional<std::uint64_t> size = parseSize(optarg);
-        if (!size) {
-          return wrongUsage("--max-size: not a size: '" + std::string(optarg) +
-                            "'");
-        }
-        arguments.maxSize = *size;
+      case MAX_SIZE:
+        maxSize = parseMaxSize(maxSize, optarg);
         break;
-      }
       default:
-        return wrongUsage({});  // getopt_long has told the reason
+        throwUnknown(known, argv);
     }
   }
+  arguments.maxSize = maxSize.value_or(arguments.maxSize);
   return std::nullopt;
+}
+
+// The pipe behind the FILE `path`, by device and inode.
+std::optional<std::pair<dev_t, ino_t>> pipeOf(const std::string& path) {
+  struct stat status {};
+
+  const int result = path == "-" ? ::fstat(STDIN_FILENO, &status)
+                                 : ::stat(path.c_str(), &status);
+  if (result != 0 || !S_ISFIFO(status.st_mode)) {
+    return std::nullopt;
+  }
+  return std::pair(status.st_dev, status.st_ino);
+}
+
+// What can be read once can be given once.
+void checkPipes(const std::vector<std::string>& files) {
+  if (std::count(files.begin(), files.end(), "-") > 1) {
+    throw usageError_t{"the FILE - is given twice"};
+  }
+  std::set<std::pair<dev_t, ino_t>> pipes;
+  for (const std::string& file : files) {
+    const auto pipe = pipeOf(file);
+    if (pipe && !pipes.insert(*pipe).second) {
+      throw usageError_t{"the pipe " + escapeName(nameOf(file)) +
+                         " is given twice"};
+    }
+  }
+}
+
+void checkStems(const std::vector<std::string>& files) {
+  std::set<std::string> stems;
+  for (const std::string& file : files) {
+    if (!stems.insert(stemOf(file)).second) {
+      throw usageError_t{"--output: two FILEs have the stem '" +
+                         escapeName(stemOf(file)) + "'"};
+    }
+  }
+}
+
+void check(const arguments_t& arguments) {
+  const std::vector<std::string>& files = arguments.files;
+  if (files.empty()) {
+    throw usageError_t{"no FILE given"};
+  }
+  if (arguments.binaryFile && files.size() > 1) {
+    throw usageError_t{"--binary takes one FILE only"};
+  }
+  if (arguments.binaryFile == "-" && arguments.dumpedPerLine) {
+    throw usageError_t{"--binary=- and --hexdump both want standard output"};
+  }
+  if (arguments.outputFolder == "-") {
+    throw usageError_t{"--output takes a folder, not standard output"};
+  }
+  if (arguments.strict &&
+      std::find(files.begin(), files.end(), "-") != files.end()) {
+    throw usageError_t{"--strict cannot read standard input"};
+  }
+  if (files.size() > 1) {
+    checkPipes(files);
+  }
+  if (arguments.outputFolder) {
+    checkStems(files);
+  }
 }
 
 }  // namespace
 
 std::optional<exitStatus_t> readArguments(int argc, char** argv,
-                                          arguments_t& arguments,
-                                          std::ostream& out) {
-  // The name that getopt_long puts before its messages, too.
-  static char name[] = "qorhex";
-  if (argc > 0) {
-    argv[0] = name;
-  }
-  if (const auto status = readOptions(argc, argv, arguments, out)) {
-    return status;
-  }
-  arguments.files.assign(argv + optind, argv + argc);
-  if (arguments.files.empty()) {
-    return wrongUsage("no FILE given");
-  }
-  if (arguments.binaryFile && arguments.files.size() > 1) {
-    return wrongUsage("--binary takes one FILE only");
-  }
-  if (arguments.outputFolder) {
-    std::set<std::string> stems;
-    for (const std::string& file : arguments.files) {
-      if (!stems.insert(stemOf(file)).second) {
-        return wrongUsage("--output: two FILEs have the stem '" + stemOf(file) +
-                          "'");
-      }
+                                          arguments_t& arguments) {
+  try {
+    if (const auto status = readOptions(argc, argv, arguments)) {
+      return status;
     }
+    arguments.files.assign(argv + std::min(optind, argc), argv + argc);
+    check(arguments);
+  } catch (const usageError_t& error) {
+    writeError("qorhex: " + error.reason + "\nqorhex: try 'qorhex --help'\n");
+    return WRONG_USAGE;
+  }
+  if (arguments.binaryFile == "-") {
+    arguments.binaryFile = "/dev/stdout";
   }
   return std::nullopt;
 }
 
 std::string stemOf(const std::string& path) {
-  return std::filesystem::path(path).stem().string();
+  return path == "-" ? "stdin" : std::filesystem::path(path).stem().string();
 }

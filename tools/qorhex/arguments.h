@@ -6,7 +6,6 @@
 #define QORHEX_ARGUMENTS_H
 
 #include <cstdint>
-#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,7 +14,7 @@
 
 /// What the user asks for.
 struct arguments_t {
-  /// The HEX files.
+  /// The HEX files; "-" is standard input.
   std::vector<std::string> files;
   /// The folder for the segments.
   std::optional<std::string> outputFolder;
@@ -38,13 +37,12 @@ struct arguments_t {
 };
 
 /// Reads the command line into `arguments`. Returns the status to exit with,
-/// after a message for wrong usage and after --help and --version, which are
-/// answered on `out`; or nothing when there is work to do.
+/// after a message for wrong usage and after --help and --version; or nothing
+/// when there is work to do. Throws Failure when an answer does not arrive.
 std::optional<exitStatus_t> readArguments(int argc, char** argv,
-                                          arguments_t& arguments,
-                                          std::ostream& out);
+                                          arguments_t& arguments);
 
-/// Returns the file name in `path` without its last extension.
+/// Returns the file name in `path` without its last extension; "stdin" for "-".
 std::string stemOf(const std::string& path);
 
 #endif  // QORHEX_ARGUMENTS_H

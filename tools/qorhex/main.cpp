@@ -6,39 +6,43 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <exception>
 #include <iostream>
 #include <new>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <qorutil/intelhex.h>
 
 #include "arguments.h"
+#include "image/image.h"
 #include "image/segments.h"
 #include "reading/descriptor.h"
 #include "reading/failure.h"
-#include "reading/reading.h"
+#include "reading/names.h"
+#include "reading/number_text.h"
+#include "reading/text_input.h"
 #include "telling/dump.h"
 #include "telling/messages.h"
+#include "telling/problems.h"
+#include "telling/progress.h"
 #include "telling/table.h"
 #include "writing/temporary.h"
 #include "writing/writing.h"
 
 namespace {
 
-// Makes sure that no file of ours becomes standard input, output or error.
-// What was closed cannot be written to afterwards either.
+// Makes sure that no file of ours becomes standard input, output or error. What
+// was closed can be neither read nor written afterwards, either.
 void occupyStandardDescriptors() {
   int descriptor = 0;
   do {
-    descriptor = ::open("/dev/null", O_RDONLY);
-  } while (descriptor >= 0 && descriptor <= 2);
+    descriptor = ::open("/", O_PATH);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
   Descriptor(descriptor).reset();
 }
 
@@ -52,54 +56,131 @@ bool isFolder(const std::string& path) {
   return S_ISDIR(status.st_mode);
 }
 
-// Lists or dumps the segments of the file `path`; false when standard output
-// fails.
-bool showFile(const arguments_t& arguments, const std::string& path,
-              const std::vector<segment_t>& segments) {
-  std::ostringstream text;
-  text.exceptions(std::ios_base::badbit);  // lets std::bad_alloc through
-  if (arguments.files.size() > 1) {
-    text << path << ":\n";
+// The first error ends the file.
+void tellOrRefuse(const problem_t& problem) {
+  if (problem.severity == severity_t::ERROR) {
+    throw Refusal(problem);
   }
-  if (arguments.dumpedPerLine) {
-    return writeOutput(text.str()) &&
-           dumpSegments(segments, *arguments.dumpedPerLine);
-  }
-  listSegments(text, segments);
-  return writeOutput(text.str());
+  writeError(problemText(problem));
 }
 
-bool handleFile(const arguments_t& arguments, const std::string& path) {
-  try {
-    const IntelHexFile image = readImage(arguments, path);
-    std::vector<segment_t> segments = joinBlocks(image);
-    if (arguments.reverse) {
-      reverseSegments(segments);
-    }
-    const bool writing = arguments.outputFolder || arguments.binaryFile;
-    if (writing) {
-      writeFiles(arguments, path, segments);
-    }
-    return (writing && !arguments.dumpedPerLine) ||
-           showFile(arguments, path, segments);
-  } catch (const Failure& failure) {
-    std::cerr << "qorhex: " << failure.what() << '\n';
-  } catch (const std::bad_alloc&) {
-    messageAbout(path) << "out of memory\n";
+// Sends what the library writes to standard output to standard error.
+class OutputDiverted {
+ public:
+  OutputDiverted() : saved(std::cout.rdbuf(std::cerr.rdbuf())) {}
+
+  OutputDiverted(const OutputDiverted&) = delete;
+  OutputDiverted& operator=(const OutputDiverted&) = delete;
+
+  ~OutputDiverted() { std::cout.rdbuf(saved); }
+
+ private:
+  std::streambuf* saved;
+};
+
+// Tells whether `path` leads where standard output leads.
+bool isStandardOutput(const std::string& path) {
+  struct stat target {};
+
+  struct stat output {};
+
+  return ::stat(path.c_str(), &target) == 0 &&
+         ::fstat(STDOUT_FILENO, &output) == 0 &&
+         target.st_dev == output.st_dev && target.st_ino == output.st_ino;
+}
+
+image_t readStrictly(const arguments_t& arguments, const std::string& path) {
+  if (arguments.binaryFile && isStandardOutput(*arguments.binaryFile)) {
+    const OutputDiverted diverted;
+    return loadImage(path);
   }
-  return false;
+  return loadImage(path);
+}
+
+void tellAbout(const image_t& image, const arguments_t& arguments,
+               const std::string& name) {
+  if (arguments.verbosity > 0) {
+    for (const startAddress_t& start : image.startAddresses) {
+      messageAbout(name) << startAddressText(start) << '\n';
+    }
+  }
+  if (image.merged.conflicting != 0) {
+    messageAbout(name) << countText(image.merged.conflicting,
+                                    "conflicting byte")
+                       << " accepted (--force)\n";
+  }
+  if (image.merged.repeated != 0 && arguments.verbosity > 0) {
+    messageAbout(name) << countText(image.merged.repeated, "repeated byte")
+                       << " merged\n";
+  }
+}
+
+image_t readFile(const arguments_t& arguments, const std::string& path) {
+  if (arguments.strict) {
+    return readStrictly(arguments, path);
+  }
+  TextInput text(path);
+  Progress progress(arguments.progress, text.name(), "read", text.size());
+  text.watch([&progress](std::size_t count) { progress.advance(count); });
+  image_t image = readImage(text, arguments.force, tellOrRefuse);
+  progress.finish();
+  tellAbout(image, arguments, text.name());
+  return image;
+}
+
+// Lists or dumps the segments of the file `path`.
+void showFile(const arguments_t& arguments, const std::string& path,
+              const IntelHexFile& image) {
+  if (arguments.files.size() > 1) {
+    writeOutput(escapeName(nameOf(path)) + ":\n");
+  }
+  if (arguments.dumpedPerLine) {
+    dumpSegments(image, *arguments.dumpedPerLine);
+  } else {
+    listSegments(image);
+  }
+}
+
+void handleFile(const arguments_t& arguments, const std::string& path) {
+  const image_t image = readFile(arguments, path);
+  const bool writing = arguments.outputFolder || arguments.binaryFile;
+  if (arguments.reverse) {
+    reverseSegments(image.blocks);
+  }
+  if (writing) {
+    writeFiles(arguments, path, joinBlocks(image.blocks));
+  }
+  if (!writing || arguments.dumpedPerLine) {
+    showFile(arguments, path, image.blocks);
+  }
+}
+
+// Handles the file `path` and tells why it could not be; returns its status.
+exitStatus_t statusOf(const arguments_t& arguments, const std::string& path) {
+  try {
+    handleFile(arguments, path);
+    return ALL_WELL;
+  } catch (const Refusal& refusal) {
+    writeError(problemText(refusal.problem));
+    return refusal.problem.status();
+  } catch (const Failure& failure) {
+    writeError(std::string("qorhex: ") + failure.what() + '\n');
+    return failure.status;
+  } catch (const std::bad_alloc&) {
+    messageAbout(nameOf(path)) << "out of memory\n";
+    return SYSTEM_FAILED;
+  }
 }
 
 exitStatus_t handleFiles(const arguments_t& arguments) {
   if (arguments.outputFolder && !isFolder(*arguments.outputFolder)) {
-    messageAbout(*arguments.outputFolder) << std::strerror(errno) << '\n';
-    return SYSTEM_FAILED;
+    throwSystemError(*arguments.outputFolder);
   }
-  bool well = true;
+  exitStatus_t highest = ALL_WELL;
   for (const std::string& path : arguments.files) {
-    well = handleFile(arguments, path) && well;
+    highest = std::max(highest, statusOf(arguments, path));
   }
-  return well ? ALL_WELL : REFUSED;
+  return highest;
 }
 
 }  // namespace
@@ -111,13 +192,12 @@ int main(int argc, char** argv) {
   removeOnSignals();
   try {
     arguments_t arguments;
-    std::ostringstream answer;
-    if (const auto status = readArguments(argc, argv, arguments, answer)) {
-      return writeOutput(answer.str()) ? *status : SYSTEM_FAILED;
+    if (const auto status = readArguments(argc, argv, arguments)) {
+      return *status;
     }
     return handleFiles(arguments);
   } catch (const std::exception& exception) {
-    std::cerr << "qorhex: " << exception.what() << '\n';
+    writeError(std::string("qorhex: ") + exception.what() + '\n');
     return SYSTEM_FAILED;
   }
 }

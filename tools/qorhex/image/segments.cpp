@@ -3,58 +3,70 @@
 #include "image/segments.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
-// Lays `added` over the end of `stretches`; none of them begins behind its
-// beginning. What it does not cover stays.
-void layOver(std::vector<stretch_t>& stretches, const stretch_t& added) {
-  std::vector<stretch_t> uncovered;
-  while (!stretches.empty() && stretches.back().end() > added.address) {
-    stretch_t& last = stretches.back();
-    if (last.end() > added.end()) {
-      const std::uint64_t from = std::max(last.address, added.end());
-      uncovered.push_back(
-          {from, last.data + (from - last.address), last.end() - from});
+// Swaps the bytes from both ends of `stretches` until the ends meet.
+void reverseBytes(const std::vector<stretch_t>& stretches) {
+  auto front = stretches.begin();
+  auto back = stretches.end() - 1;
+  std::uint64_t frontUsed = 0;
+  std::uint64_t backLeft = back->size;
+  while (front != back) {
+    const std::uint64_t count = std::min(front->size - frontUsed, backLeft);
+    std::swap_ranges(front->data + frontUsed, front->data + frontUsed + count,
+                     std::make_reverse_iterator(back->data + backLeft));
+    frontUsed += count;
+    backLeft -= count;
+    if (backLeft == 0) {
+      --back;
+      backLeft = back->size;
+    } else {
+      ++front;
+      frontUsed = 0;
     }
-    if (last.address < added.address) {
-      last.size = added.address - last.address;
-      break;
-    }
-    stretches.pop_back();
   }
-  stretches.push_back(added);
-  stretches.insert(stretches.end(), uncovered.rbegin(), uncovered.rend());
+  if (frontUsed < backLeft) {
+    std::reverse(front->data + frontUsed, front->data + backLeft);
+  }
 }
 
 }  // namespace
 
+bool SegmentWalk::next(segment_t& segment) {
+  segment.stretches.clear();
+  segment.size = 0;
+  for (; block < blocks.getBlockCount(); ++block) {
+    IntelHexFileBlock& part = *blocks[block];
+    if (part.data.empty()) {
+      continue;
+    }
+    const std::uint64_t address =
+        part.extAddress * std::uint64_t{0x10000} + part.address;
+    if (segment.stretches.empty()) {
+      segment.address = address;
+    } else if (segment.end() != address) {
+      break;
+    }
+    segment.stretches.push_back({address, part.data.data(), part.data.size()});
+    segment.size += part.data.size();
+  }
+  return !segment.stretches.empty();
+}
+
 std::vector<segment_t> joinBlocks(const IntelHexFile& image) {
   std::vector<segment_t> segments;
-  for (std::size_t i = 0; i < image.getBlockCount(); ++i) {
-    IntelHexFileBlock& block = *image[i];
-    if (block.data.empty()) {
-      continue;
-    }
-    const stretch_t stretch{
-        block.extAddress * std::uint64_t{0x10000} + block.address,
-        block.data.data(), block.data.size()};
-    if (segments.empty() || segments.back().end() < stretch.address) {
-      segments.push_back({stretch.address, stretch.size, {stretch}});
-      continue;
-    }
-    segment_t& segment = segments.back();
-    layOver(segment.stretches, stretch);
-    segment.size = std::max(segment.end(), stretch.end()) - segment.address;
+  SegmentWalk walk(image);
+  for (segment_t segment{}; walk.next(segment);) {
+    segments.push_back(segment);
   }
   return segments;
 }
 
-void reverseSegments(std::vector<segment_t>& segments) {
-  for (segment_t& segment : segments) {
-    std::reverse(segment.stretches.begin(), segment.stretches.end());
-    for (const stretch_t& stretch : segment.stretches) {
-      std::reverse(stretch.data, stretch.data + stretch.size);
-    }
+void reverseSegments(const IntelHexFile& image) {
+  SegmentWalk walk(image);
+  for (segment_t segment{}; walk.next(segment);) {
+    reverseBytes(segment.stretches);
   }
 }

@@ -31,18 +31,35 @@ struct segment_t {
   std::uint64_t address;
   /// The number of bytes.
   std::uint64_t size;
-  /// The bytes, in the order in which they are written.
+  /// The bytes, in ascending order.
   std::vector<stretch_t> stretches;
 
   /// The address behind the last byte.
   std::uint64_t end() const { return address + size; }
 };
 
-/// Returns the segments of `image`, in ascending order. They refer to the bytes
-/// of its blocks. Where blocks overlap, the later one counts.
+/// Walks over the segments of an image one at a time: an image can have more of
+/// them than one wants to hold at once.
+class SegmentWalk {
+ public:
+  /// Begins at the first segment of `image`, whose blocks ascend and do not
+  /// overlap.
+  explicit SegmentWalk(const IntelHexFile& image) : blocks(image) {}
+
+  /// Takes the next segment to `segment`; false behind the last one. It refers
+  /// to the bytes of the image's blocks.
+  bool next(segment_t& segment);
+
+ private:
+  const IntelHexFile& blocks;
+  std::size_t block{0};
+};
+
+/// Returns all segments of `image`.
 std::vector<segment_t> joinBlocks(const IntelHexFile& image);
 
-/// Reverses the bytes of each segment as one sequence, in the image's blocks.
-void reverseSegments(std::vector<segment_t>& segments);
+/// Reverses the bytes of each segment as one sequence, in the blocks of
+/// `image`.
+void reverseSegments(const IntelHexFile& image);
 
 #endif  // QORHEX_SEGMENTS_H

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <utility>
 
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include "reading/failure.h"
@@ -26,18 +25,6 @@ void Descriptor::reset() {
   if (isOpen()) {
     ::close(release());
   }
-}
-
-Descriptor makeAnonymousFile(const std::string& subject) {
-  Descriptor file(::memfd_create("qorhex", MFD_CLOEXEC));
-  if (!file.isOpen()) {
-    throwSystemError(subject + ": anonymous file");
-  }
-  return file;
-}
-
-std::string pathOf(const Descriptor& descriptor) {
-  return "/proc/self/fd/" + std::to_string(descriptor.get());
 }
 
 std::size_t readSome(int descriptor, char* buffer, std::size_t size,

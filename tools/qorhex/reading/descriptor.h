@@ -43,12 +43,6 @@ class Descriptor {
   int number{-1};
 };
 
-/// Returns a new anonymous file; failure is reported under `subject`.
-Descriptor makeAnonymousFile(const std::string& subject);
-
-/// Returns a path under which this process can open `descriptor` once more.
-std::string pathOf(const Descriptor& descriptor);
-
 /// Reads at most `size` bytes into `buffer` and returns their number, 0 at the
 /// end; failure is reported under `subject`.
 std::size_t readSome(int descriptor, char* buffer, std::size_t size,

@@ -4,12 +4,15 @@
 
 #include <cerrno>
 
+#include "reading/names.h"
+
 Failure::Failure(int error, const std::string& subject)
-    : QorException(error, subject.c_str()), status(SYSTEM_FAILED) {}
+    : QorException(error, escapeName(subject).c_str()), status(SYSTEM_FAILED) {}
 
 Failure::Failure(exitStatus_t exitStatus, const std::string& subject,
                  const std::string& text)
-    : QorException(0, (subject + ": " + text).c_str()), status(exitStatus) {}
+    : QorException(0, (escapeName(subject) + ": " + text).c_str()),
+      status(exitStatus) {}
 
 void throwSystemError(const std::string& subject) {
   throw Failure(errno, subject);

@@ -9,20 +9,20 @@
 
 #include <qorutil/exception.h>
 
-/// The exit statuses.
+/// The exit statuses; of several the highest counts.
 enum exitStatus_t : int {
   /// All is well.
   ALL_WELL = 0,
-  /// A file is refused for what it holds.
-  REFUSED = 1,
-  /// Something could not be read or written.
-  SYSTEM_FAILED = 1,
   /// The command line makes no sense.
-  WRONG_USAGE = 2
+  WRONG_USAGE = 2,
+  /// A file is refused for what it holds.
+  REFUSED = 3,
+  /// Something could not be read or written, or memory ran out.
+  SYSTEM_FAILED = 4
 };
 
 /// What could not be done. what() is the message without the name of the tool:
-/// "<subject>: <text>".
+/// "<subject>: <text>", with the subject, a name, escaped.
 class Failure : public QorException {
  public:
   /// The status to exit with.

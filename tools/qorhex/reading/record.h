@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// One line of Intel HEX text: its fields, or what is wrong with it.
+// One line of Intel HEX text: its fields and data, or what is wrong with it.
+//
+// The library keeps its decoder to itself, and parseLine() takes what
+// only the checksum notices. The tool has to tell every damage at its place and
+// keeps to the public headers; hence a decoder of its own.
 
 #ifndef QORHEX_RECORD_H
 #define QORHEX_RECORD_H
@@ -9,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 /// The characters of a record besides its data: start code, byte count, offset,
 /// type and checksum.
@@ -45,49 +50,63 @@ inline unsigned hexByte(const char* text) {
          hexDigits[static_cast<unsigned char>(text[1])];
 }
 
-/// A sound record. Its fields are decoded where they stand in the text.
-struct record_t {
-  /// The start code, with the whole record behind it.
-  const char* text;
-
+/// The fields of a record in front of its data.
+struct recordHead_t {
   /// The number of data bytes.
-  std::size_t size() const { return hexByte(text + 1); }
-
+  std::uint8_t size;
   /// The 16-bit load offset.
-  std::uint32_t offset() const {
-    return hexByte(text + 3) * 256U + hexByte(text + 5);
-  }
-
+  std::uint16_t offset;
   /// The record type.
-  unsigned type() const { return hexByte(text + 7); }
-
-  /// The digits of the data byte at position `at`.
-  const char* digits(std::size_t at) const { return text + 9 + 2 * at; }
-
-  /// The 16-bit number at position `at` of the data, high byte first.
-  std::uint32_t word(std::size_t at) const {
-    return hexByte(digits(at)) * 256U + hexByte(digits(at + 1));
-  }
+  std::uint8_t type;
 };
 
-/// Returns the length of the sound record at the beginning of the `size`
-/// characters at `text`: start code, hex digits of either case, as many as the
-/// byte count says, and the right checksum. 0 when there is none. The type and
-/// what stands behind the record are not looked at.
-std::size_t soundRecord(const char* text, std::size_t size);
+/// How many characters decodeRecord() may read.
+constexpr std::size_t textRoom = maxRecordText + 16;
 
-/// The same, digit by digit: the rule that soundRecord() follows.
-std::size_t soundRecordReference(const char* text, std::size_t size);
+/// How many bytes decodeRecord() may write.
+constexpr std::size_t recordRoom = maxRecordData + 16;
 
-/// Decodes the `count` pairs of hex digits at `digits` into `bytes`.
-void decodeBytes(const char* digits, std::size_t count, unsigned char* bytes);
+/// Decodes the sound record at the beginning of `text` and returns its length:
+/// start code, hex digits of either case, as many as the byte count says, and
+/// the right checksum. 0 when there is none; `head` and `data` have then no
+/// meaning. The type and what stands behind the record are not looked at.
+///
+/// `textRoom` characters are read at `text`, whatever they are, and
+/// `recordRoom` bytes written at `data`.
+std::size_t decodeRecord(const char* text, recordHead_t& head,
+                         unsigned char* data);
 
-/// Says in words why the `size` characters at `text`, at least one, are not a
-/// sound record and nothing else.
-std::string describeDamage(const char* text, std::size_t size);
+/// The same for the `size` characters at `text`, of which no more are read,
+/// digit by digit: the rule that decodeRecord() follows.
+std::size_t decodeRecordReference(const char* text, std::size_t size,
+                                  recordHead_t& head, unsigned char* data);
 
-/// Returns the text for a message: in quotes, a dot for what cannot be printed,
-/// and of a text longer than any record the beginning only.
-std::string quoteText(const char* text, std::size_t size);
+/// What a line holds between the blanks around it; at least one character.
+struct lineBody_t {
+  /// The text, of a long one the beginning alone: as much as the longest record
+  /// at least.
+  std::string_view head;
+  /// The number of characters.
+  std::uint64_t size;
+  /// The position of the first character behind the start code that is no hex
+  /// digit; `size` without one.
+  std::uint64_t strange;
+};
+
+/// Returns the body for a text that is at hand as a whole.
+lineBody_t bodyOf(std::string_view text);
+
+/// What is wrong with a line, and the position in its body where that is.
+struct damage_t {
+  std::uint64_t at;
+  std::string text;
+};
+
+/// Says why `body` is not a sound record and nothing else.
+damage_t describeDamage(const lineBody_t& body);
+
+/// Tells whether a damaged line may have been a record that says where data
+/// goes: it has a start code, and its type is 02, 04 or not to be read.
+bool mayBeAddress(const lineBody_t& body);
 
 #endif  // QORHEX_RECORD_H

@@ -4,10 +4,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string_view>
 
-#include "reading/failure.h"
-#include "telling/messages.h"
+#include "reading/number_text.h"
 
 namespace {
 
@@ -24,154 +22,334 @@ enum recordType_t : unsigned {
 // have any.
 constexpr std::size_t requiredData[] = {0, 0, 2, 4, 2, 4};
 
+// Where the fields of a record stand in it.
+constexpr std::uint64_t countAt = 1;
+constexpr std::uint64_t typeAt = 7;
+constexpr std::uint64_t dataAt = 9;
+
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view plainEnd = ":00000001FF";
 
 constexpr std::uint64_t addressSpace = std::uint64_t{1} << 32U;
 constexpr std::uint32_t segmentSize = 0x10000;
 
-// Tells whether the library leaves out `ending`, found behind a record: one
-// carriage return, or blanks.
-bool isPlainEnding(std::string_view ending) {
-  return ending.empty() || ending == "\r" ||
-         ending.find_first_not_of(' ') == std::string_view::npos;
+std::uint32_t wordAt(const unsigned char* bytes) {
+  return bytes[0] * 256U + bytes[1];
+}
+
+// The characters that a line takes whose record has `length`; 0 where something
+// else follows the record.
+std::size_t withLineEnd(const char* text, std::size_t length) {
+  if (text[length] == '\n') {
+    return length + 1;
+  }
+  return text[length] == '\r' && text[length + 1] == '\n' ? length + 2 : 0;
+}
+
+// Cuts off the line end's carriage return.
+std::string_view withoutReturn(std::string_view line) {
+  if (!line.empty() && line.back() == '\r') {
+    line.remove_suffix(1);
+  }
+  return line;
+}
+
+std::size_t markSize(std::string_view line, std::uint64_t number) {
+  return number == 1 && line.substr(0, byteOrderMark.size()) == byteOrderMark
+             ? byteOrderMark.size()
+             : 0;
+}
+
+// What stands between the blanks of `line`, behind the first `skipped`.
+std::string_view trimmed(std::string_view line, std::size_t skipped) {
+  line.remove_prefix(skipped);
+  const auto* const begin = std::find_if_not(line.begin(), line.end(), isBlank);
+  const auto* last = line.end();
+  while (last != begin && isBlank(last[-1])) {
+    --last;
+  }
+  return line.substr(static_cast<std::size_t>(begin - line.begin()),
+                     static_cast<std::size_t>(last - begin));
 }
 
 }  // namespace
 
-RecordReader::RecordReader(const TextInput& input, LineReader& reader)
-    : text(input), lines(reader) {}
+RecordReader::RecordReader(TextInput& text, const problemSink_t& problemSink)
+    : input(text), sink(problemSink) {}
 
-bool RecordReader::next(piece_t& piece) {
+// Lines that are a sound record and nothing else, in other words nearly all,
+// are taken where they lie; the others go the way of readLine().
+bool RecordReader::next(unsigned char* room, piece_t& piece) {
   if (wrapped.size != 0) {
     piece = wrapped;
+    std::copy_n(wrappedBytes, wrapped.size, room);
     wrapped.size = 0;
     return true;
   }
-  while (nextLine()) {
-    record = {line.text};
-    const unsigned type = record.type();
-    if (type == DATA) {
-      if (takeData(piece)) {
-        return true;
-      }
-      continue;
+  while (!ended) {
+    const char* const text = input.text();
+    recordHead_t head{};
+    const std::size_t length = decodeRecord(text, head, room);
+    const std::size_t taken = length == 0 ? 0 : withLineEnd(text, length);
+    step_t step = step_t::NOTHING;
+    if (taken != 0 && taken <= input.left()) {
+      ++number;
+      line = {{text, length}, 0, false, false};
+      input.take(taken);
+      step = takeRecord(head, room, piece);
+    } else if (text[0] == '\n' && input.left() != 0) {
+      ++number;
+      line = {{text, 0}, 0, false, false};
+      input.take(1);
+    } else {
+      step = readLine(room, piece);
     }
-    if (type > START_LINEAR) {
-      fail("unsupported record type " + hexText(type, 2));
+    if (step == step_t::PIECE) {
+      return true;
     }
-    if (record.size() != requiredData[type]) {
-      fail("a record of type " + hexText(type, 2) + " has " +
-           countText(requiredData[type], "data byte") + ", not " +
-           std::to_string(record.size()));
-    }
-    switch (type) {
-      case END_OF_FILE:
-        plain = plain && std::string_view(line.text, line.size) == plainEnd;
-        return false;
-      case SEGMENT_ADDRESS:
-      case LINEAR_ADDRESS:
-        takeBase(type);
-        break;
-      default:
-        takeEntry();
-    }
+    ended = step == step_t::END;
   }
-  throw Failure(REFUSED, text.name(),
-                "line " + std::to_string(lastNumber) +
-                    ": the file ends without an end record: " +
-                    text.quoteLineAt(lastPosition));
+  return false;
 }
 
-// Reads the next record, whatever its type; false at the end of the text.
-bool RecordReader::nextLine() {
-  if (!lines.nextRecord(line)) {
-    do {
-      if (!lines.next(line)) {
-        return false;
-      }
-      trimLine();
-      plain = plain && line.size != 0;
-    } while (line.size == 0);
-    if (soundRecord(line.text, line.size) != line.size) {
-      fail(describeDamage(line.text, line.size));
-    }
+RecordReader::step_t RecordReader::takeRecord(const recordHead_t& head,
+                                              unsigned char* room,
+                                              piece_t& piece) {
+  if (head.type == DATA) {
+    return takeData(head, room, piece);
   }
-  lastPosition = line.position;
-  lastNumber = line.number;
-  return true;
+  if (head.type > START_LINEAR) {
+    refuse(typeAt, "unsupported record type " + hexText(head.type, 2), false);
+    return step_t::NOTHING;
+  }
+  const bool address =
+      head.type == SEGMENT_ADDRESS || head.type == LINEAR_ADDRESS;
+  const std::size_t required = requiredData[head.type];
+  if (head.size != required) {
+    refuse(countAt,
+           "a record of type " + hexText(head.type, 2) + " has " +
+               countText(required, "data byte") + ", not " +
+               std::to_string(head.size),
+           address);
+    return step_t::NOTHING;
+  }
+  if (head.type == END_OF_FILE) {
+    warnAboutRest();
+    return step_t::END;
+  }
+  if (address) {
+    segmented = head.type == SEGMENT_ADDRESS;
+    base = wordAt(room) * (segmented ? 16 : segmentSize);
+    placeKnown = true;
+  } else {
+    takeStart(head.type, room);
+  }
+  return step_t::NOTHING;
 }
 
-void RecordReader::fail(const std::string& reason) const {
-  throw Failure(REFUSED, text.name(),
-                "line " + std::to_string(line.number) + ": " + reason + ": " +
-                    quoteText(line.text, line.size));
-}
-
-// Cuts off what stands around a record.
-void RecordReader::trimLine() {
-  const char* begin = line.text;
-  const char* const end = begin + line.size;
-  if (line.number == 1 &&
-      std::string_view(begin, line.size).substr(0, byteOrderMark.size()) ==
-          byteOrderMark) {
-    begin += byteOrderMark.size();
+RecordReader::step_t RecordReader::takeData(const recordHead_t& head,
+                                            unsigned char* room,
+                                            piece_t& piece) {
+  if (head.size == 0 || !placeKnown) {
+    return step_t::NOTHING;
   }
-  begin = std::find_if_not(begin, end, isBlank);
-  const char* last = end;
-  while (last != begin && isBlank(last[-1])) {
-    --last;
-  }
-  plain = plain && begin == line.text &&
-          isPlainEnding({last, static_cast<std::size_t>(end - last)});
-  line.position += static_cast<std::uint64_t>(begin - line.text);
-  line.text = begin;
-  line.size = static_cast<std::size_t>(last - begin);
-}
-
-bool RecordReader::takeData(piece_t& piece) {
-  const std::size_t size = record.size();
-  const std::uint32_t offset = record.offset();
-  if (size == 0) {
-    plain = false;  // the library would warn, and end a block there
-    return false;
-  }
-  piece = {base + offset, record.digits(0), size, 0,
-           line.number,   line.position};
+  piece = {base + head.offset, head.size, number, line.indent + dataAt + 1};
   if (segmented) {
-    wrap(piece);
-  } else if (std::uint64_t{base} + offset + size > addressSpace) {
-    fail("the record passes 0xffffffff");
+    wrap(piece, room);
+  } else if (piece.end() > addressSpace) {
+    refuse(dataAt + 2 * (addressSpace - piece.address),
+           "the record passes the address 0xffffffff", false);
+    return step_t::NOTHING;
   }
-  return true;
+  return step_t::PIECE;
 }
 
 // Cuts `piece` at the end of its segment; what lies behind that goes to the
 // segment's beginning.
-void RecordReader::wrap(piece_t& piece) {
-  const std::size_t size = piece.size;
-  piece.size = std::min(size, std::size_t{segmentSize - record.offset()});
-  wrapped = piece;
-  wrapped.address = base;
-  wrapped.digits = record.digits(piece.size);
-  wrapped.skipped = piece.size;
-  wrapped.size = size - piece.size;
+void RecordReader::wrap(piece_t& piece, const unsigned char* bytes) {
+  const std::uint32_t room = segmentSize - (piece.address - base);
+  if (piece.size <= room) {
+    return;
+  }
+  wrapped = {base, piece.size - room, piece.line, piece.column + 2 * room};
+  std::copy_n(bytes + room, wrapped.size, wrappedBytes);
+  piece.size = room;
 }
 
-void RecordReader::takeBase(unsigned type) {
-  segmented = type == SEGMENT_ADDRESS;
-  base = record.word(0) * (segmented ? 16 : segmentSize);
-  plain = plain && !segmented;
+void RecordReader::takeStart(unsigned type, const unsigned char* bytes) {
+  const std::uint32_t value = wordAt(bytes) << 16U | wordAt(bytes + 2);
+  const auto known = std::find_if(
+      starts.begin(), starts.end(),
+      [type](const startAddress_t& start) { return start.type == type; });
+  if (known == starts.end()) {
+    starts.push_back({type, value, number});
+  } else if (known->value != value) {
+    refuse(dataAt,
+           "a second start address " + hexText(value, 8) + ", that of line " +
+               std::to_string(known->line) + " is " + hexText(known->value, 8),
+           false);
+  }
 }
 
-void RecordReader::takeEntry() {
-  plain = false;
-  const std::uint32_t high = record.word(0);
-  const std::uint32_t low = record.word(2);
-  if (record.type() == START_LINEAR) {
-    entry = hexText(high * segmentSize + low, 8);
+RecordReader::step_t RecordReader::readLine(unsigned char* room,
+                                            piece_t& piece) {
+  if (!findLine()) {
+    reportMissingEnd();
+    return step_t::END;
+  }
+  return checkLine(room, piece);
+}
+
+// Takes the next line, reading more of it where it is not complete; false at
+// the end of the text.
+bool RecordReader::findLine() {
+  std::size_t searched = 0;
+  const char* feed = nullptr;
+  bool more = true;
+  while (more) {
+    feed = static_cast<const char*>(
+        std::memchr(input.text() + searched, '\n', input.left() - searched));
+    if (feed != nullptr || endsHere()) {
+      break;
+    }
+    searched = input.left();
+    if (input.isFull()) {
+      ++number;
+      longLine = LongLine(markSize({input.text(), input.left()}, number));
+      line = {{}, 0, true, true};
+      readLongLine(false);
+      return true;
+    }
+    more = input.readMore();
+  }
+  if (input.left() == 0) {
+    return false;
+  }
+  const char* const text = input.text();
+  const std::size_t size =
+      feed == nullptr ? input.left() : static_cast<std::size_t>(feed - text);
+  ++number;
+  line = {withoutReturn({text, size}), 0, false, false};
+  input.take(size + (feed == nullptr ? 0 : 1));
+  return true;
+}
+
+// Tells whether what is left of something that may stay open is the end record,
+// if nothing but the line's end is missing.
+bool RecordReader::endsHere() const {
+  if (input.isRegular()) {
+    return false;
+  }
+  const std::string_view text(input.text(), input.left());
+  const std::string_view body = trimmed(text, markSize(text, number + 1));
+  recordHead_t head{};
+  unsigned char data[maxRecordData];
+  return body.size() == recordFrame &&
+         decodeRecordReference(body.data(), body.size(), head, data) != 0 &&
+         head.type == END_OF_FILE;
+}
+
+// Reads the line that fills the buffer to its end; unless it shall be read as a
+// `whole`, as far as it matters.
+void RecordReader::readLongLine(bool whole) {
+  do {
+    const char* const text = input.text();
+    const std::size_t left = input.left();
+    for (std::size_t i = 0; i < left; ++i) {
+      if (text[i] == '\n') {
+        input.take(i + 1);
+        line.isOpen = false;
+        return;
+      }
+      longLine.add(text[i]);
+      if (!whole && longLine.isLost()) {
+        input.take(i + 1);
+        return;
+      }
+    }
+    input.take(left);
+  } while (input.readMore());
+  line.isOpen = false;
+}
+
+RecordReader::step_t RecordReader::checkLine(unsigned char* room,
+                                             piece_t& piece) {
+  lineBody_t body{};
+  if (line.isLong) {
+    if (longLine.isBlankLine()) {
+      return step_t::NOTHING;
+    }
+    line.indent = longLine.indent();
+    body = longLine.body();
   } else {
-    entry = hexText(high * 16 + low, 8) + " (segment " + hexText(high, 4) +
-            ", offset " + hexText(low, 4) + ")";
+    const std::string_view text =
+        trimmed(line.text, markSize(line.text, number));
+    if (text.empty()) {
+      return step_t::NOTHING;
+    }
+    line.indent = static_cast<std::uint64_t>(text.data() - line.text.data());
+    body = bodyOf(text);
+  }
+  recordHead_t head{};
+  if (decodeRecordReference(body.head.data(), body.head.size(), head, room) ==
+      body.size) {
+    return takeRecord(head, room, piece);
+  }
+  const damage_t damage = describeDamage(body);
+  refuse(damage.at, damage.text, mayBeAddress(body));
+  if (line.isOpen) {
+    readLongLine(true);
+  }
+  return step_t::NOTHING;
+}
+
+// Counts the lines behind the end record, blank ones left aside.
+void RecordReader::warnAboutRest() {
+  if (!input.isRegular()) {
+    return;
+  }
+  std::uint64_t count = 0;
+  problem_t problem{severity_t::WARNING, input.name(), 0, 1, {}, {}};
+  while (findLine()) {
+    const bool blank =
+        line.isLong ? longLine.isBlankLine() : trimmed(line.text, 0).empty();
+    if (!blank && count++ == 0) {
+      problem.line = number;
+      problem.excerpt =
+          line.isLong ? longLine.excerpt(1) : excerptOf(line.text, 1);
+    }
+    if (line.isOpen) {
+      readLongLine(true);
+    }
+  }
+  if (count != 0) {
+    problem.text = countText(count, "line") + " behind the end record " +
+                   (count == 1 ? "is" : "are") + " left out";
+    sink(problem);
+  }
+}
+
+void RecordReader::reportMissingEnd() {
+  const std::uint64_t size = line.isLong ? longLine.size() : line.text.size();
+  number = std::max<std::uint64_t>(number, 1);
+  report(severity_t::ERROR, size + 1, "the text ends without an end record");
+}
+
+void RecordReader::report(severity_t severity, std::uint64_t column,
+                          const std::string& text) {
+  sink({severity, input.name(), number, column, text,
+        line.isLong ? longLine.excerpt(column) : excerptOf(line.text, column)});
+}
+
+// Reports what is wrong at the position `at` of the record; `address` tells
+// whether it may have said where data goes.
+void RecordReader::refuse(std::uint64_t at, const std::string& text,
+                          bool address) {
+  const std::uint64_t column = line.indent + at + 1;
+  report(severity_t::ERROR, column, text);
+  if (address && placeKnown) {
+    placeKnown = false;
+    report(severity_t::WARNING, column,
+           "data behind this line is checked for form alone, until a record "
+           "says where it goes");
   }
 }

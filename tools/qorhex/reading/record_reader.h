@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The records of a HEX text: checked, and turned into bytes at 32-bit
-// addresses.
+// The records of a HEX text: checked, decoded, and turned into bytes at 32-bit
+// addresses, line by line, while the text is read.
 
 #ifndef QORHEX_RECORD_READER_H
 #define QORHEX_RECORD_READER_H
@@ -9,7 +9,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "reading/long_line.h"
+#include "reading/problem.h"
 #include "reading/record.h"
 #include "reading/text_input.h"
 
@@ -18,19 +22,25 @@
 struct piece_t {
   /// The address of the first byte.
   std::uint32_t address;
-  /// The digits of the bytes; valid until the next piece is read.
-  const char* digits;
   /// The number of bytes, never 0.
-  std::size_t size;
-  /// The position of the first byte among the bytes of the record.
-  std::size_t skipped;
+  std::uint32_t size;
   /// The line of the record.
   std::uint64_t line;
-  /// The position of the record in the text.
-  std::uint64_t position;
+  /// The column of the first digit of the first byte.
+  std::uint64_t column;
 
   /// The address behind the last byte.
   std::uint64_t end() const { return std::uint64_t{address} + size; }
+};
+
+/// A start address record.
+struct startAddress_t {
+  /// 3 (segment and offset) or 5 (linear).
+  unsigned type;
+  /// The four bytes, the first one highest.
+  std::uint32_t value;
+  /// The line of the record.
+  std::uint64_t line;
 };
 
 /// Reads the records of a text up to its end record.
@@ -38,45 +48,68 @@ struct piece_t {
 /// Record types 00 to 05 are understood. The latest segment (02) or linear (04)
 /// address record says where data goes; under a segment address the offsets
 /// wrap inside the 64 KiB.
+///
+/// Every problem goes to a sink. Where that returns, the damaged record adds no
+/// bytes; behind one that may have said where data goes, data is checked but
+/// not given, until the next record that says so.
 class RecordReader {
  public:
-  /// Reads the lines of `reader`, which are those of `input`.
-  RecordReader(const TextInput& input, LineReader& reader);
+  /// Reads `text`, which like `problemSink` stays for the life of the reader.
+  RecordReader(TextInput& text, const problemSink_t& problemSink);
 
-  /// Reads the next piece of data; false when the end record is reached.
+  /// Reads the next piece of data and puts its bytes at `room`, where
+  /// `recordRoom` bytes may be written; false when the end record is reached or
+  /// there is none.
   ///
-  /// Throws QorException for a bad line, a text without an end record
-  /// included: its message names file and line, the reason, and shows the line.
-  bool next(piece_t& piece);
+  /// The lines behind the end record of a regular file are counted for a
+  /// warning. Anything else is not read on.
+  bool next(unsigned char* room, piece_t& piece);
 
-  /// Tells whether the library would read the lines up to here to the same
-  /// bytes, without a message; the order of the pieces is not looked at.
-  bool isPlain() const { return plain; }
-
-  /// Returns the start address that the text names, for a message; empty
-  /// without one. The last one counts.
-  const std::string& entryAddress() const { return entry; }
+  /// Returns the start addresses up to here, at most one of each type.
+  const std::vector<startAddress_t>& startAddresses() const { return starts; }
 
  private:
-  [[noreturn]] void fail(const std::string& reason) const;
-  bool nextLine();
-  void trimLine();
-  bool takeData(piece_t& piece);
-  void wrap(piece_t& piece);
-  void takeBase(unsigned type);
-  void takeEntry();
+  // What a line has brought.
+  enum class step_t { NOTHING, PIECE, END };
 
-  const TextInput& text;
-  LineReader& lines;
+  // The line at hand; a long one stands in `longLine`, of which there may be
+  // more to read while it is open.
+  struct line_t {
+    std::string_view text;
+    std::uint64_t indent;
+    bool isLong;
+    bool isOpen;
+  };
+
+  step_t takeRecord(const recordHead_t& head, unsigned char* room,
+                    piece_t& piece);
+  step_t takeData(const recordHead_t& head, unsigned char* room,
+                  piece_t& piece);
+  void wrap(piece_t& piece, const unsigned char* bytes);
+  void takeStart(unsigned type, const unsigned char* bytes);
+  step_t readLine(unsigned char* room, piece_t& piece);
+  bool findLine();
+  bool endsHere() const;
+  void readLongLine(bool whole);
+  step_t checkLine(unsigned char* room, piece_t& piece);
+  void warnAboutRest();
+  void reportMissingEnd();
+  void report(severity_t severity, std::uint64_t column,
+              const std::string& text);
+  void refuse(std::uint64_t at, const std::string& text, bool address);
+
+  TextInput& input;
+  const problemSink_t& sink;
   line_t line{};
-  std::uint64_t lastPosition{0};
-  std::uint64_t lastNumber{1};
-  record_t record{};
-  piece_t wrapped{};
+  LongLine longLine{0};
+  std::uint64_t number{0};
   std::uint32_t base{0};
   bool segmented{false};
-  bool plain{true};
-  std::string entry;
+  bool placeKnown{true};
+  bool ended{false};
+  piece_t wrapped{};
+  unsigned char wrappedBytes[maxRecordData]{};
+  std::vector<startAddress_t> starts;
 };
 
 #endif  // QORHEX_RECORD_READER_H

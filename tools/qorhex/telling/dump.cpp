@@ -10,7 +10,9 @@
 
 #include <qorutil/formatting.h>
 
+#include "image/segments.h"
 #include "reading/descriptor.h"
+#include "reading/number_text.h"
 #include "telling/messages.h"
 
 namespace {
@@ -26,8 +28,8 @@ class DumpText {
   }
 
   // Adds the bytes at `data` to the line that is not complete yet, and writes
-  // the lines that become so. False when standard output fails.
-  bool add(const stretch_t& stretch) {
+  // the lines that become so.
+  void add(const stretch_t& stretch) {
     const unsigned char* data = stretch.data;
     const unsigned char* const end = data + stretch.size;
     while (data != end) {
@@ -38,11 +40,10 @@ class DumpText {
       if (line.size() == lineSize) {
         endLine();
       }
-      if (text.tellp() >= std::streamoff{ioPiece} && !flush()) {
-        return false;
+      if (text.tellp() >= std::streamoff{ioPiece}) {
+        flush();
       }
     }
-    return true;
   }
 
   // Begins a segment at `address`; what is left of the one before ends there.
@@ -66,10 +67,9 @@ class DumpText {
     line.clear();
   }
 
-  bool flush() {
-    const bool written = writeOutput(text.str());
+  void flush() {
+    writeOutput(text.str());
     text.str({});
-    return written;
   }
 
  private:
@@ -81,17 +81,16 @@ class DumpText {
 
 }  // namespace
 
-bool dumpSegments(const std::vector<segment_t>& segments,
-                  std::uint64_t bytesPerLine) {
+void dumpSegments(const IntelHexFile& image, std::uint64_t bytesPerLine) {
   DumpText text(bytesPerLine);
-  for (const segment_t& segment : segments) {
-    text.startSegment(segment.address, &segment == &segments.front());
+  bool first = true;
+  SegmentWalk walk(image);
+  for (segment_t segment{}; walk.next(segment); first = false) {
+    text.startSegment(segment.address, first);
     for (const stretch_t& stretch : segment.stretches) {
-      if (!text.add(stretch)) {
-        return false;
-      }
+      text.add(stretch);
     }
     text.endLine();
   }
-  return text.flush();
+  text.flush();
 }

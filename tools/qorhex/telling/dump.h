@@ -6,17 +6,16 @@
 #define QORHEX_DUMP_H
 
 #include <cstdint>
-#include <vector>
 
-#include "image/segments.h"
+#include <qorutil/intelhex.h>
 
-/// Writes the bytes of `segments` to standard output, `bytesPerLine` in a line,
-/// behind the image address of the line's first byte. Every segment begins a
-/// line of its own, all but the first behind an empty line.
+/// Writes the bytes of the segments of `image` to standard output,
+/// `bytesPerLine` in a line, behind the image address of the line's first byte.
+/// Every segment begins a line of its own, all but the first behind an empty
+/// line.
 ///
-/// Returns false, after a message, when standard output does not take the text;
-/// the rest is then not made any more.
-bool dumpSegments(const std::vector<segment_t>& segments,
-                  std::uint64_t bytesPerLine);
+/// Throws Failure when standard output does not take the text; the rest is then
+/// not made any more.
+void dumpSegments(const IntelHexFile& image, std::uint64_t bytesPerLine);
 
 #endif  // QORHEX_DUMP_H

@@ -3,52 +3,77 @@
 #include "telling/table.h"
 
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <iomanip>
-#include <ostream>
-#include <string>
 
-#include <qorutil/system.h>
-
+#include "reading/descriptor.h"
+#include "reading/number_text.h"
 #include "telling/messages.h"
 
 namespace {
 
 constexpr int addressDigits = 8;
+constexpr std::size_t numberWidth = 5;
 
-// The most characters of a readable size in the list.
-std::size_t widestSize(const std::vector<segment_t>& segments,
-                       std::uint64_t total) {
-  std::size_t widest = sizeText(total).size();
-  for (const segment_t& segment : segments) {
-    widest = std::max(widest, sizeText(segment.size).size());
-  }
-  return widest;
+void appendRight(std::string& text, const std::string& word,
+                 std::size_t width) {
+  text.append(width - std::min(width, word.size()), ' ');
+  text += word;
 }
 
 }  // namespace
 
-void listSegments(std::ostream& os, const std::vector<segment_t>& segments) {
-  std::uint64_t total = 0;
-  for (const segment_t& segment : segments) {
-    total += segment.size;
+void Table::measure(const segment_t& segment) {
+  ++count;
+  bytes += segment.size;
+  readableWidth = std::max(readableWidth, sizeText(segment.size).size());
+}
+
+std::string Table::heading() {
+  sizeWidth = std::to_string(bytes).size();
+  readableWidth = std::max(readableWidth, sizeText(bytes).size());
+  if (count == 0) {
+    return {};
   }
-  const std::string totalText = std::to_string(total);
-  if (segments.empty()) {
-    os << "total  " << totalText << '\n';
-    return;
+  std::string text = "   no  first       last        ";
+  appendRight(text, "size", sizeWidth);
+  return text + '\n';
+}
+
+void Table::appendRow(std::string& text, const segment_t& segment) {
+  appendRight(text, std::to_string(row++), numberWidth);
+  text += "  ";
+  text += hexText(segment.address, addressDigits);
+  text += "  ";
+  text += hexText(segment.end() - 1, addressDigits);
+  text += "  ";
+  appendRight(text, std::to_string(segment.size), sizeWidth);
+  text += "  ";
+  appendRight(text, sizeText(segment.size), readableWidth);
+  text += '\n';
+}
+
+std::string Table::total() const {
+  if (count == 0) {
+    return "total  0\n";
   }
-  const auto width = static_cast<int>(totalText.size());
-  const auto readableWidth = static_cast<int>(widestSize(segments, total));
-  os << "   no  first       last        size\n";
-  for (std::size_t i = 0; i < segments.size(); ++i) {
-    const segment_t& segment = segments[i];
-    os << std::setw(5) << i << "  " << hexText(segment.address, addressDigits)
-       << "  " << hexText(segment.end() - 1, addressDigits) << "  "
-       << std::setw(width) << segment.size << "  " << std::setw(readableWidth)
-       << printSize(segment.size) << '\n';
+  std::string text = "total" + std::string(26, ' ') + std::to_string(bytes);
+  text += "  ";
+  appendRight(text, sizeText(bytes), readableWidth);
+  return text + '\n';
+}
+
+void listSegments(const IntelHexFile& image) {
+  Table table;
+  segment_t segment{};
+  for (SegmentWalk walk(image); walk.next(segment);) {
+    table.measure(segment);
   }
-  os << "total" << std::string(26, ' ') << totalText << "  "
-     << std::setw(readableWidth) << printSize(total) << '\n';
+  std::string text = table.heading();
+  for (SegmentWalk walk(image); walk.next(segment);) {
+    table.appendRow(text, segment);
+    if (text.size() >= ioPiece) {
+      writeOutput(text);
+      text.clear();
+    }
+  }
+  writeOutput(text + table.total());
 }

@@ -10,7 +10,9 @@
 
 #include "reading/descriptor.h"
 #include "reading/failure.h"
+#include "reading/number_text.h"
 #include "telling/messages.h"
+#include "telling/progress.h"
 #include "writing/output.h"
 
 namespace {

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+
+#include "image/kept_pieces.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+#include <utility>
+
+unsigned char* KeptPieces::room() {
+  if (chunkSize - used < 1 + recordRoom) {
+    if (chunks.size() == (std::size_t{1} << 16U) / (chunkSize >> 16U)) {
+      throw std::bad_alloc();
+    }
+    chunks.emplace_back(new unsigned char[chunkSize]);
+    used = 0;
+  }
+  return chunks.back().get() + used + 1;
+}
+
+void KeptPieces::add(const piece_t& piece) {
+  room()[-1] = static_cast<unsigned char>(piece.size);
+  const auto key = static_cast<std::uint32_t>(
+      (chunks.size() - 1) * std::uint64_t{chunkSize} + used + 1);
+  index.push_back(std::uint64_t{piece.address} << 32U | key);
+  textPlaces.add(key, piece);
+  used += 1 + piece.size;
+}
+
+// Byte by byte from the lowest (LSD radix sort), leaving out those that are the
+// same in all; the text's order is there already.
+void KeptPieces::sort() {
+  std::vector<std::uint64_t> sorted(index.size());
+  for (unsigned shift = 32; shift < 64; shift += 8) {
+    std::size_t places[256]{};
+    for (const std::uint64_t entry : index) {
+      ++places[entry >> shift & 0xFFU];
+    }
+    if (places[index[0] >> shift & 0xFFU] == index.size()) {
+      continue;
+    }
+    std::size_t place = 0;
+    for (std::size_t& count : places) {
+      place += std::exchange(count, place);
+    }
+    for (const std::uint64_t entry : index) {
+      sorted[places[entry >> shift & 0xFFU]++] = entry;
+    }
+    index.swap(sorted);
+  }
+}
+
+keptPiece_t KeptPieces::operator[](std::size_t i) const {
+  const auto key = static_cast<std::uint32_t>(index[i]);
+  const unsigned char* const bytes = at(key);
+  return {address(i), bytes[-1], bytes, key};
+}
+
+std::size_t KeptPieces::firstAround(std::uint64_t address) const {
+  const std::uint64_t lowest =
+      address - std::min<std::uint64_t>(address, maxRecordData - 1);
+  return static_cast<std::size_t>(
+      std::lower_bound(index.begin(), index.end(), lowest << 32U) -
+      index.begin());
+}
+
+Sources KeptPieces::release() {
+  chunks.clear();
+  return {std::move(textPlaces), std::move(index)};
+}

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+
+#include "image/places.h"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+
+namespace {
+
+constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max();
+
+}  // namespace
+
+void Places::add(std::uint32_t key, const piece_t& piece) {
+  const auto column =
+      static_cast<std::uint32_t>(std::min(piece.column, largest));
+  if (!runs.empty()) {
+    run_t& last = runs.back();
+    const std::uint64_t lineStep = piece.line - last.line;
+    if (last.count == 1 && lineStep <= largest) {
+      // Two make a step.
+      nextKey = key;
+      nextLine = piece.line;
+      last.keyStep = key - last.key;
+      last.lineStep = static_cast<std::uint32_t>(lineStep);
+    }
+    if (key == nextKey && piece.line == nextLine && column == last.column &&
+        piece.size == last.size && last.count != largest) {
+      ++last.count;
+      nextKey += last.keyStep;
+      nextLine += last.lineStep;
+      return;
+    }
+  }
+  runs.push_back({piece.line, key, 1, 0, 1, column, piece.size});
+  nextKey = key;  // no key comes twice
+}
+
+place_t Places::at(std::uint32_t key) const {
+  const run_t& run = runAt(key);
+  const std::uint32_t piece =
+      run.count == 1 ? 0 : (key - run.key) / run.keyStep;
+  return {run.line + std::uint64_t{piece} * run.lineStep,
+          run.column + 2 * (std::uint64_t{key - run.key} -
+                            std::uint64_t{piece} * run.keyStep)};
+}
+
+const Places::run_t& Places::runAt(std::uint32_t key) const {
+  return *std::prev(std::upper_bound(
+      runs.begin(), runs.end(), key,
+      [](std::uint32_t wanted, const run_t& run) { return wanted < run.key; }));
+}

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+
+#include "reading/long_line.h"
+
+#include <algorithm>
+
+void LongLine::add(char character) {
+  const std::uint64_t at = length++;
+  last = character;
+  if (at < shownOfLongLine) {
+    beginning += character;
+  }
+  const bool blank = isBlank(character) || at < skip;
+  if (head.empty() && !blank) {
+    bodyBegin = at;
+    open(start, maxRecordText + shownOfLongLine);
+  }
+  if (!head.empty() || !blank) {
+    const bool digit =
+        hexDigits[static_cast<unsigned char>(character)] != noHexDigit;
+    if (blank && gap == nowhere) {
+      gap = at;
+      open(odd, around);
+    } else if (!blank && strange == nowhere && gap != nowhere) {
+      strange = gap;
+    } else if (!digit && !blank && strange == nowhere && at != bodyBegin) {
+      strange = at;
+      gap = at;
+      open(odd, around);
+    }
+    if (head.size() < maxRecordText) {
+      head += character;
+    }
+  }
+  for (window_t* const window : {&start, &odd}) {
+    if (window->text.size() < window->wanted) {
+      window->text += character;
+    }
+  }
+  recent += character;
+  if (recent.size() == 4 * shownOfLongLine) {
+    recent.erase(0, 3 * shownOfLongLine);
+  }
+}
+
+bool LongLine::isLost() const {
+  if (length <= longestShownLine || head.empty()) {
+    return false;
+  }
+  return head[0] != ':' ? start.text.size() + maxRecordText >= start.wanted
+                        : strange != nowhere && odd.text.size() == odd.wanted;
+}
+
+lineBody_t LongLine::body() const {
+  const std::uint64_t size =
+      (strange == nowhere && gap != nowhere ? gap : length) - bodyBegin;
+  return {std::string_view(head).substr(
+              0, static_cast<std::size_t>(
+                     std::min<std::uint64_t>(size, head.size()))),
+          size, strange == nowhere ? size : strange - bodyBegin};
+}
+
+excerpt_t LongLine::excerpt(std::uint64_t column) const {
+  const window_t ending{
+      length - std::min<std::uint64_t>(recent.size(), shownOfLongLine), 0,
+      recent.substr(recent.size() -
+                    std::min<std::size_t>(recent.size(), shownOfLongLine))};
+  const window_t front{0, 0, beginning};
+  for (const window_t* window : {&odd, &start, &front, &ending}) {
+    if (window->first >= column ||
+        column - 1 > window->first + window->text.size()) {
+      continue;
+    }
+    const auto at = static_cast<std::size_t>(column - 1 - window->first);
+    const std::size_t first = std::min(
+        std::max(at, around) - around,
+        std::max(window->text.size(), shownOfLongLine) - shownOfLongLine);
+    return {window->text.substr(first, shownOfLongLine),
+            window->first + first + 1};
+  }
+  return {ending.text, ending.first + 1};
+}
+
+// Opens `window` at the character that was added last; `behind` more belong to
+// it.
+void LongLine::open(window_t& window, std::size_t behind) const {
+  const std::size_t before = std::min(recent.size(), shownOfLongLine);
+  window.first = length - 1 - before;
+  window.text = recent.substr(recent.size() - before);
+  window.wanted = std::max(before + behind, shownOfLongLine);
+}

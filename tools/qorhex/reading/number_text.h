@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+//
+// Numbers as texts.
+
+#ifndef QORHEX_NUMBER_TEXT_H
+#define QORHEX_NUMBER_TEXT_H
+
+#include <cstdint>
+#include <string>
+
+/// Returns `value` as "0x" and at least `digits` lower-case hex digits.
+std::string hexText(std::uint64_t value, int digits);
+
+/// Returns the size `bytes` in the largest unit that suits it, as in "1.5KiB".
+std::string sizeText(std::uint64_t bytes);
+
+/// Returns `count` and `unit`, with an "s" behind it unless `count` is 1.
+std::string countText(std::uint64_t count, const std::string& unit);
+
+#endif  // QORHEX_NUMBER_TEXT_H

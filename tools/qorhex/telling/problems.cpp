@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+
+#include "telling/problems.h"
+
+#include <cstddef>
+#include <sstream>
+
+#include <qorutil/formatting.h>
+
+#include "reading/names.h"
+#include "reading/number_text.h"
+
+namespace {
+
+std::string printable(const std::string& bytes) {
+  std::ostringstream text;
+  text.exceptions(std::ios_base::badbit);  // lets std::bad_alloc through
+  printPrintable(text, bytes);
+  return text.str();
+}
+
+}  // namespace
+
+std::string problemText(const problem_t& problem) {
+  std::string text = escapeName(problem.file);
+  if (problem.line == 0) {
+    text.insert(0, "qorhex: ");
+  } else {
+    text += ':' + std::to_string(problem.line) + ':' +
+            std::to_string(problem.column);
+  }
+  text += problem.severity == severity_t::ERROR ? ": error: " : ": warning: ";
+  text += problem.text + '\n';
+  if (problem.excerpt) {
+    const std::uint64_t indent = problem.column - problem.excerpt->firstColumn;
+    text += printable(problem.excerpt->text) + '\n' +
+            std::string(static_cast<std::size_t>(indent), ' ') + "^\n";
+  }
+  return text;
+}
+
+std::string startAddressText(const startAddress_t& start) {
+  if (start.type == 5) {
+    return "start address " + hexText(start.value, 8);
+  }
+  const std::uint32_t high = start.value >> 16U;
+  const std::uint32_t low = start.value & 0xFFFFU;
+  return "start address " + hexText(high * 16 + low, 8) + " (segment " +
+         hexText(high, 4) + ", offset " + hexText(low, 4) + ")";
+}

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+//
+// What is told about a text: its problems, and the start addresses.
+
+#ifndef QORHEX_PROBLEMS_H
+#define QORHEX_PROBLEMS_H
+
+#include <string>
+
+#include "reading/problem.h"
+#include "reading/record_reader.h"
+
+/// Returns `problem` as lines of text: "<file>:<line>:<column>: error: <text>"
+/// (or "warning:"), and where the line is at hand the line and a caret below
+/// its column. A byte that cannot be printed is a dot.
+std::string problemText(const problem_t& problem);
+
+/// Returns the address that `start` names, in words.
+std::string startAddressText(const startAddress_t& start);
+
+#endif  // QORHEX_PROBLEMS_H
