@@ -185,6 +185,54 @@ def rowsTool():
           roundsNote())
 
 
+def rowsTexts():
+    """Other texts than the plain one; the times of all run in turn."""
+    if not tool():
+        print("qorhex is not there: its rows are left out.\n")
+        return
+    size, = sizes(16 * MIB)
+    plain = image(size)
+    orders = ["ordered", "start", "segment", "blank", "random"]
+    sources = [image(size, order) for order in orders]
+    times = rounds([binaryCommand("qorhex", source) for source in sources] +
+                   [[program("read_only"), plain]])
+    rows = [[order, ms(taken), f"{ratio(taken, times[-1]):.2f}",
+             f"{ratio(taken, times[0]):.2f}"]
+            for order, taken in zip(orders, times)]
+    table(f"qorhex --binary on other texts, {sizeText(size)}",
+          ["text", "time", "/ read only of the plain text", "/ plain text"],
+          rows)
+
+
+def rowsSmall():
+    """What a user does most: one file of usual size."""
+    if not tool():
+        print("qorhex is not there: its rows are left out.\n")
+        return
+    source = image(96 << 10)
+    peers = [peer for peer in PEERS if shutil.which(peer)]
+    times = rounds([binaryCommand(name, source) for name in ["qorhex"] + peers],
+                   count=5 * options.rounds)
+    rows = [[name, ms(taken), f"{ratio(times[0], taken):.2f}"]
+            for name, taken in zip(["qorhex"] + peers, times)]
+    table(f"A file of {sizeText(os.path.getsize(source))} of text",
+          ["program", "time", "qorhex / program"], rows)
+
+
+def rowsListing():
+    """The most segments for their text."""
+    if not tool():
+        print("qorhex is not there: its rows are left out.\n")
+        return
+    count = 10000 if options.quick else 1000000
+    command = [tool(), image(count, "bytes")]
+    times, = rounds([command])
+    memory, _ = peakMemory(command)
+    table("qorhex, a listing of segments of one byte",
+          ["segments", "time", "memory, in MiB"],
+          [[f"{count}", ms(times), f"{memory / MIB:.1f}"]])
+
+
 def rowsGrowth():
     """Also what the plot of time against size shows."""
     wanted = [64 << 10, 128 << 10] if options.quick else \
@@ -425,6 +473,9 @@ def describeMachine():
 GROUPS = {
     "client": rowsClient,
     "tool": rowsTool,
+    "texts": rowsTexts,
+    "small": rowsSmall,
+    "listing": rowsListing,
     "growth": rowsGrowth,
     "memory": rowsMemory,
     "calls": rowsCalls,

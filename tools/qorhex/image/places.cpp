@@ -12,29 +12,26 @@ constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max();
 
 }  // namespace
 
-void Places::add(std::uint32_t key, const piece_t& piece) {
+// Two pieces make a step.
+void Places::addRun(std::uint32_t key, const piece_t& piece) {
   const auto column =
       static_cast<std::uint32_t>(std::min(piece.column, largest));
   if (!runs.empty()) {
     run_t& last = runs.back();
     const std::uint64_t lineStep = piece.line - last.line;
-    if (last.count == 1 && lineStep <= largest) {
-      // Two make a step.
-      nextKey = key;
-      nextLine = piece.line;
+    if (last.count == 1 && lineStep <= largest && column == last.column &&
+        piece.size == last.size) {
       last.keyStep = key - last.key;
       last.lineStep = static_cast<std::uint32_t>(lineStep);
-    }
-    if (key == nextKey && piece.line == nextLine && column == last.column &&
-        piece.size == last.size && last.count != largest) {
-      ++last.count;
-      nextKey += last.keyStep;
-      nextLine += last.lineStep;
+      last.count = 2;
+      next = last;
+      next.key = key + last.keyStep;
+      next.line = piece.line + lineStep;
       return;
     }
   }
   runs.push_back({piece.line, key, 1, 0, 1, column, piece.size});
-  nextKey = key;  // no key comes twice
+  next.size = 0;
 }
 
 place_t Places::at(std::uint32_t key) const {

@@ -44,7 +44,16 @@ class Places {
   };
 
   /// Adds `piece` under `key`, which is above all keys before it.
-  void add(std::uint32_t key, const piece_t& piece);
+  void add(std::uint32_t key, const piece_t& piece) {
+    if (key == next.key && piece.line == next.line &&
+        piece.column == next.column && piece.size == next.size) {
+      ++runs.back().count;
+      next.key += next.keyStep;
+      next.line += next.lineStep;
+    } else {
+      addRun(key, piece);
+    }
+  }
 
   /// Returns the place of the byte at `key`, which is in a piece.
   place_t at(std::uint32_t key) const;
@@ -58,10 +67,10 @@ class Places {
  private:
   const run_t& runAt(std::uint32_t key) const;
 
+  void addRun(std::uint32_t key, const piece_t& piece);
+
   std::vector<run_t> runs;
-  // What continues the last run.
-  std::uint32_t nextKey{0};
-  std::uint64_t nextLine{0};
+  run_t next{};  // what continues the last one; of size 0 where nothing does
 };
 
 #endif  // QORHEX_PLACES_H

@@ -29,81 +29,119 @@ bool isHexDigit(char character) {
 
 #ifdef VECTORS_PAY
 
-// What 16 digits stand for.
-struct eightBytes_t {
-  // The bytes, the first one lowest.
-  std::uint64_t values;
-  // Not 0 in each byte that has a character other than a digit.
-  std::uint64_t strange;
-};
+// From 16 - n on: a mask for the first n characters.
+constexpr unsigned char tailMasks[32] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                         0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                         0xFF, 0xFF, 0xFF, 0xFF};
 
 #ifdef __SSE2__
 
-eightBytes_t decodeEight(const char* text) {
-  const __m128i digits =
-      _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
-  const __m128i decimal = _mm_sub_epi8(digits, _mm_set1_epi8('0'));
-  const __m128i letter = _mm_sub_epi8(_mm_or_si128(digits, _mm_set1_epi8(0x20)),
-                                      _mm_set1_epi8('a'));
-  const __m128i isDecimal =
-      _mm_cmpeq_epi8(_mm_min_epu8(decimal, _mm_set1_epi8(9)), decimal);
-  const __m128i isLetter =
-      _mm_cmpeq_epi8(_mm_min_epu8(letter, _mm_set1_epi8(5)), letter);
-  // 'A' and 'a' are 0x41 and 0x61.
-  const __m128i nibbles =
-      _mm_add_epi8(_mm_and_si128(digits, _mm_set1_epi8(0xF)),
-                   _mm_and_si128(isLetter, _mm_set1_epi8(9)));
-  // The first digit of a pair is the low half of a 16-bit number.
-  const __m128i pairs = _mm_and_si128(
-      _mm_or_si128(_mm_slli_epi16(nibbles, 4), _mm_srli_epi16(nibbles, 8)),
-      _mm_set1_epi16(0xFF));
-  const __m128i strange =
-      _mm_andnot_si128(_mm_or_si128(isDecimal, isLetter), _mm_set1_epi8(-1));
-  // Saturation makes 0xFF, 0x7F or 0x80 of a pair that is strange.
-  const __m128i both = _mm_unpacklo_epi64(_mm_packus_epi16(pairs, pairs),
-                                          _mm_packs_epi16(strange, strange));
-  eightBytes_t bytes;
-  std::memcpy(&bytes, &both, sizeof bytes);
-  return bytes;
-}
+// Decodes the digits of a record, 16 at a time.
+class Digits {
+ public:
+  // Returns the eight bytes that the digits at `text` stand for, the first one
+  // lowest.
+  std::uint64_t take(const char* text) { return bytesOf(valuesOf(load(text))); }
+
+  // The same for the first `count` digits alone; the other bytes are 0.
+  std::uint64_t take(const char* text, std::size_t count) {
+    return bytesOf(
+        _mm_and_si128(valuesOf(load(text)), load(tailMasks + 16 - count)));
+  }
+
+  // Tells whether all were digits, and their bytes have the sum 0.
+  bool areSound() const {
+    const __m128i strange = _mm_and_si128(seen, _mm_set1_epi8('\xF0'));
+    const __m128i none = _mm_cmpeq_epi8(strange, _mm_setzero_si128());
+    const __m128i sum = _mm_sad_epu8(sums, _mm_setzero_si128());
+    return _mm_movemask_epi8(none) == 0xFFFF &&
+           (_mm_cvtsi128_si32(sum) & 0xFF) == 0;
+  }
+
+ private:
+  static __m128i load(const void* bytes) {
+    return _mm_loadu_si128(static_cast<const __m128i*>(bytes));
+  }
+
+  // The value of each digit; at least 16 for other characters.
+  static __m128i valuesOf(__m128i text) {
+    // '0' to '9' become 0xF6 to 0xFF, what is below that 0xF0 at most.
+    const __m128i high = _mm_add_epi8(text, _mm_set1_epi8('\xFF' - '9'));
+    const __m128i decimal = _mm_sub_epi8(_mm_subs_epu8(high, _mm_set1_epi8(6)),
+                                         _mm_set1_epi8('\xF0'));
+    const __m128i letter = _mm_sub_epi8(
+        _mm_and_si128(text, _mm_set1_epi8('\xDF')), _mm_set1_epi8('A'));
+    return _mm_min_epu8(decimal, _mm_adds_epu8(letter, _mm_set1_epi8(10)));
+  }
+
+  std::uint64_t bytesOf(__m128i values) {
+    seen = _mm_or_si128(seen, values);
+    // The first digit of a pair is the low half of a 16-bit number.
+    const __m128i pairs = _mm_and_si128(
+        _mm_or_si128(_mm_slli_epi16(values, 4), _mm_srli_epi16(values, 8)),
+        _mm_set1_epi16(0xFF));
+    const __m128i bytes = _mm_packus_epi16(pairs, _mm_setzero_si128());
+    sums = _mm_add_epi8(sums, bytes);
+    std::uint64_t eight = 0;
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(&eight), bytes);
+    return eight;
+  }
+
+  __m128i seen = _mm_setzero_si128();
+  __m128i sums = _mm_setzero_si128();
+};
 
 #else
 
-eightBytes_t decodeEight(const char* text) {
-  uint8x8_t digitsOfAll = vdup_n_u8(0xFF);
-  const auto nibbles = [&digitsOfAll](uint8x8_t digits) {
-    const uint8x8_t decimal = vsub_u8(digits, vdup_n_u8('0'));
-    const uint8x8_t letter =
-        vsub_u8(vorr_u8(digits, vdup_n_u8(0x20)), vdup_n_u8('a'));
-    const uint8x8_t isDecimal = vcle_u8(decimal, vdup_n_u8(9));
-    const uint8x8_t isLetter = vcle_u8(letter, vdup_n_u8(5));
-    digitsOfAll = vand_u8(digitsOfAll, vorr_u8(isDecimal, isLetter));
-    return vbsl_u8(isDecimal, decimal, vadd_u8(letter, vdup_n_u8(10)));
-  };
-  const uint8x8x2_t digits =
-      vld2_u8(reinterpret_cast<const std::uint8_t*>(text));
-  const uint8x8_t values =
-      vsli_n_u8(nibbles(digits.val[1]), nibbles(digits.val[0]), 4);
-  return {vget_lane_u64(vreinterpret_u64_u8(values), 0),
-          ~vget_lane_u64(vreinterpret_u64_u8(digitsOfAll), 0)};
-}
-
-#endif
-
-// The sum of many bytes, of which it gives the lowest eight bits.
-class ByteSum {
+// The same for NEON.
+class Digits {
  public:
-  void add(std::uint64_t values) {
-    constexpr std::uint64_t even = 0x00FF00FF00FF00FF;
-    lanes += (values & even) + (values >> 8U & even);
+  std::uint64_t take(const char* text) { return bytesOf(load(text), 16); }
+
+  std::uint64_t take(const char* text, std::size_t count) {
+    return bytesOf(load(text), count);
   }
 
-  unsigned get() const { return lanes * 0x0001000100010001U >> 48U & 0xFFU; }
+  bool areSound() const {
+    const std::uint64_t sum = lanesOf(sums);
+    constexpr std::uint64_t even = 0x00FF00FF00FF00FF;
+    const std::uint64_t pairs = (sum & even) + (sum >> 8U & even);
+    return (lanesOf(seen) & 0xF0F0F0F0F0F0F0F0) == 0 &&
+           (pairs * 0x0001000100010001U >> 48U & 0xFFU) == 0;
+  }
 
  private:
-  // Each has room for 64 times two bytes; a record has 260 bytes.
-  std::uint64_t lanes{0};
+  static uint8x8x2_t load(const char* text) {
+    return vld2_u8(reinterpret_cast<const std::uint8_t*>(text));
+  }
+
+  static std::uint64_t lanesOf(uint8x8_t bytes) {
+    return vget_lane_u64(vreinterpret_u64_u8(bytes), 0);
+  }
+
+  static uint8x8_t valuesOf(uint8x8_t text) {
+    const uint8x8_t decimal = vsub_u8(text, vdup_n_u8('0'));
+    const uint8x8_t letter =
+        vsub_u8(vand_u8(text, vdup_n_u8(0xDF)), vdup_n_u8('A'));
+    const uint8x8_t isDecimal = vcle_u8(decimal, vdup_n_u8(9));
+    return vbsl_u8(isDecimal, decimal, vqadd_u8(letter, vdup_n_u8(10)));
+  }
+
+  std::uint64_t bytesOf(uint8x8x2_t text, std::size_t count) {
+    const uint8x8_t mask = vld1_u8(tailMasks + 16 - count / 2);
+    const uint8x8_t high = vand_u8(valuesOf(text.val[0]), mask);
+    const uint8x8_t low = vand_u8(valuesOf(text.val[1]), mask);
+    seen = vorr_u8(seen, vorr_u8(high, low));
+    const uint8x8_t bytes = vorr_u8(vshl_n_u8(high, 4), low);
+    sums = vadd_u8(sums, bytes);
+    return lanesOf(bytes);
+  }
+
+  uint8x8_t seen = vdup_n_u8(0);
+  uint8x8_t sums = vdup_n_u8(0);
 };
+
+#endif
 
 void store(unsigned char* data, std::uint64_t values) {
   std::memcpy(data, &values, sizeof values);
@@ -148,42 +186,32 @@ std::size_t decodeRecord(const char* text, recordHead_t& head,
   if (text[0] != ':') {
     return 0;
   }
-  eightBytes_t bytes = decodeEight(text + 1);
-  head.size = static_cast<std::uint8_t>(bytes.values);
-  head.offset = static_cast<std::uint16_t>((bytes.values & 0xFF00U) |
-                                           (bytes.values >> 16U & 0xFFU));
-  head.type = static_cast<std::uint8_t>(bytes.values >> 24U);
-  std::size_t left = frameBytes + head.size;
-  if (left < sizeof bytes.values) {
+  // Where the next record begins hangs on this number: it is found without the
+  // vectors, which take longer.
+  const unsigned count = hexByte(text + 1);
+  if (count < 3 || count >= noHexDigit) {
     return decodeRecordReference(text, maxRecordText, head, data);
   }
+  Digits digits;
+  const std::uint64_t first = digits.take(text + 1);
+  head.size = static_cast<std::uint8_t>(count);
+  head.offset =
+      static_cast<std::uint16_t>((first & 0xFF00U) | (first >> 16U & 0xFFU));
+  head.type = static_cast<std::uint8_t>(first >> 24U);
+  std::size_t left = frameBytes + count - sizeof first;
   // The first four bytes are no data.
-  const auto first = static_cast<std::uint32_t>(bytes.values >> 32U);
-  std::memcpy(data, &first, sizeof first);
-  data += sizeof first;
-  std::uint64_t strange = bytes.strange;
-  ByteSum sum;
-  sum.add(bytes.values);
-  const char* digits = text + 1 + 16;
-  for (left -= 8; left >= 8; left -= 8) {
-    bytes = decodeEight(digits);
-    strange |= bytes.strange;
-    sum.add(bytes.values);
-    store(data, bytes.values);
-    digits += 16;
+  const auto firstData = static_cast<std::uint32_t>(first >> 32U);
+  std::memcpy(data, &firstData, sizeof firstData);
+  data += sizeof firstData;
+  text += 1 + 16;
+  for (; left >= 8; left -= 8) {
+    store(data, digits.take(text));
+    text += 16;
     data += 8;
   }
-  if (left != 0) {
-    // What stands behind the record was read too.
-    bytes = decodeEight(digits);
-    const std::uint64_t mask = ~std::uint64_t{0} >> (64 - 8 * left);
-    strange |= bytes.strange & mask;
-    sum.add(bytes.values & mask);
-    store(data, bytes.values);
-  }
-  return strange == 0 && sum.get() == 0
-             ? recordFrame + 2 * std::size_t{head.size}
-             : 0;
+  // What stands behind the record is read too.
+  store(data, digits.take(text, 2 * left));
+  return digits.areSound() ? recordFrame + 2 * std::size_t{count} : 0;
 }
 
 #else

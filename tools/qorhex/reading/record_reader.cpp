@@ -95,6 +95,12 @@ bool RecordReader::next(unsigned char* room, piece_t& piece) {
       ++number;
       line = {{text, length}, 0, false, false};
       input.take(taken);
+      if (head.type == DATA && head.size != 0 && !segmented && placeKnown) {
+        piece = {base + head.offset, head.size, number, dataAt + 1};
+        if (piece.end() <= addressSpace) {
+          return true;
+        }
+      }
       step = takeRecord(head, room, piece);
     } else if (text[0] == '\n' && input.left() != 0) {
       ++number;
