@@ -3,6 +3,7 @@
 // The program qorhex, run as its users run it.
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
@@ -11,11 +12,14 @@
 #include <iterator>
 #include <map>
 #include <random>
+#include <regex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -148,19 +152,30 @@ TEST_F(Qorhex, VersionIsThatOfTheProject) {
   }
 }
 
-TEST_F(Qorhex, ManualNamesEveryLongOptionOfTheHelp) {
-  std::ifstream file(QORHEX_MANUAL);
-  std::string manual(std::istreambuf_iterator<char>(file), {});
-  manual.erase(std::remove(manual.begin(), manual.end(), '\\'), manual.end());
-  const std::string help = run({"--help"}).out;
-  int options = 0;
-  for (std::size_t at = 0; (at = help.find("    --", at)) != std::string::npos;
-       ++options) {
-    at += 4;
-    const std::string name = help.substr(at, help.find_first_of(" =", at) - at);
-    EXPECT_NE(manual.find(name), std::string::npos) << name;
+// The options with their letters, as in "-x --hexdump".
+std::vector<std::string> optionsIn(const std::string& text,
+                                   const std::regex& pattern) {
+  std::vector<std::string> options;
+  for (std::sregex_iterator at(text.begin(), text.end(), pattern), end;
+       at != end; ++at) {
+    options.push_back((*at)[1].str() + " --" + (*at)[2].str());
   }
-  EXPECT_GE(options, 8);
+  std::sort(options.begin(), options.end());
+  return options;
+}
+
+TEST_F(Qorhex, TheManualHasTheOptionsOfTheHelpAndNoOthers) {
+  std::string manual = readFile(QORHEX_MANUAL);
+  manual.erase(std::remove(manual.begin(), manual.end(), '\\'), manual.end());
+  const std::size_t begin = manual.find("\n.SH OPTIONS\n");
+  manual = manual.substr(begin, manual.find("\n.SH ", begin + 1) - begin);
+  // .TP, and an item with a letter or without; fonts change before an argument.
+  const std::vector<std::string> described = optionsIn(
+      manual, std::regex(R"(\n\.TP\n\.\w+ (?:(-\w)[^\n]*?)?--([a-z-]+))"));
+  const std::vector<std::string> listed = optionsIn(
+      run({"--help"}).out, std::regex(R"(\n(?:(-\w)[^\n]*?)? +--([a-z-]+))"));
+  EXPECT_EQ(described, listed);
+  EXPECT_EQ(listed.size(), 11U);
 }
 
 struct usageCase_t {
@@ -409,13 +424,109 @@ TEST_F(Qorhex, ListingToAClosedOutputIsAnError) {
 
 TEST_F(Qorhex, ClosedStandardDescriptorsDoNotReceiveTheImage) {
   folder.write("fw.hex", sampleText);
-  const processResult_t result = run({"-b", "fw.bin", "fw.hex", "-vv"}, [] {
-    close(STDIN_FILENO);
-    close(STDOUT_FILENO);
-    close(STDERR_FILENO);
-  });
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(folder.read("fw.bin"), "ABCD");
+  const char told[] = "qorhex: fw.bin: written\n";
+  for (unsigned closed = 0; closed < 8; ++closed) {
+    const processResult_t result =
+        run({"-v", "-b", "fw.bin", "fw.hex"}, [closed] {
+          for (const int descriptor : {0, 1, 2}) {
+            if ((closed >> descriptor & 1U) != 0) {
+              close(descriptor);
+            }
+          }
+        });
+    EXPECT_EQ(result.status, 0) << closed;
+    EXPECT_EQ(result.out, "") << closed;
+    EXPECT_EQ(result.err, (closed & 4U) != 0 ? "" : told) << closed;
+    EXPECT_EQ(folder.read("fw.bin"), "ABCD") << closed;
+    EXPECT_THAT(folder.names(), ElementsAre("fw.bin", "fw.hex"));
+    std::filesystem::remove(folder.path("fw.bin"));
+  }
+}
+
+TEST_F(Qorhex, AClosedStandardInputIsAnError) {
+  for (const bool others : {false, true}) {
+    const processResult_t result = run({"-b", "fw.bin", "-"}, [others] {
+      close(STDIN_FILENO);
+      if (others) {
+        close(STDOUT_FILENO);
+        close(STDERR_FILENO);
+      }
+    });
+    EXPECT_EQ(result.err,
+              others ? "" : "qorhex: <stdin>: Bad file descriptor\n");
+    EXPECT_EQ(result.status, 4);
+    EXPECT_THAT(folder.names(), IsEmpty());
+  }
+}
+
+TEST_F(Qorhex, AClosedStandardOutputIsAnErrorForTheImage) {
+  folder.write("fw.hex", sampleText);
+  const processResult_t result =
+      run({"-b", "-", "fw.hex"}, [] { close(STDOUT_FILENO); });
+  EXPECT_THAT(result.err, testing::HasSubstr("Bad file descriptor\n"));
+  EXPECT_EQ(result.status, 4);
+}
+
+TEST_F(Qorhex, TheHighestStatusOfAllFilesCounts) {
+  folder.write("good.hex", sampleText);
+  folder.write("bad.hex", "rubbish\n");
+  EXPECT_EQ(run({"good.hex", "bad.hex", "good.hex"}).status, 3);
+  EXPECT_EQ(run({"none.hex", "bad.hex"}).status, 4);
+  EXPECT_EQ(run({"bad.hex", "none.hex", "good.hex"}).status, 4);
+}
+
+TEST_F(Qorhex, NamesAreEscapedWhereverTheyStand) {
+  const std::string hostile = "\x1b[31m\\\n\xC2\x9B\xFF\xC3\xA4.hex";
+  const std::string shown = "\\x1b[31m\\x5c\\x0a\\xc2\\x9b\\xff\xC3\xA4.hex";
+  expectFailure({hostile},
+                "qorhex: " + shown + ": No such file or directory\n");
+  folder.write(hostile, dataRecord(0, "a") + dataRecord(0, "b") + endRecord);
+  expectRefusal({hostile}, shown +
+                               ":2:10: error: byte 0x62 at 0x00000000 "
+                               "conflicts with 0x61 of " +
+                               shown +
+                               ":1, 1 byte in all; --force accepts that\n");
+  EXPECT_EQ(run({"--force", hostile}).err,
+            "qorhex: " + shown + ": 1 conflicting byte accepted (--force)\n");
+  folder.write("a.hex", endRecord);
+  EXPECT_EQ(run({"--force", "a.hex", hostile}).out,
+            "a.hex:\ntotal  0\n" + shown +
+                ":\n"
+                "   no  first       last        size\n"
+                "    0  0x00000000  0x00000000  1  1B\n"
+                "total                          1  1B\n");
+  EXPECT_EQ(run({"-p", "--force", hostile}).err.substr(0, shown.size() + 9),
+            "qorhex: " + shown + ':');
+  EXPECT_EQ(run({"--strict", "none\n"}).err,
+            "#ERROR: failed to open \"none\n\"\n"
+            "qorhex: none\\x0a: the library cannot load this file\n");
+}
+
+// A message that is cut in pieces can be torn apart by another program's.
+TEST_F(Qorhex, AMessageIsOneWrite) {
+  int ends[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends), 0);
+  folder.write("a.hex", good + "rubbish\n");
+  folder.write("b.hex", hexRecord(5, 0, "main") + good + good + endRecord);
+  run({"-v", "-o", ".", "a.hex", "b.hex"},
+      [&ends] { dup2(ends[1], STDERR_FILENO); });
+  run({"--nonsense"}, [&ends] { dup2(ends[1], STDERR_FILENO); });
+  std::vector<std::string> messages;
+  char text[1000];
+  for (ssize_t size = 0;
+       (size = recv(ends[0], text, sizeof text, MSG_DONTWAIT)) > 0;) {
+    messages.emplace_back(text, static_cast<std::size_t>(size));
+  }
+  EXPECT_THAT(messages,
+              ElementsAre("a.hex:2:1: error: no start code ':' at the "
+                          "beginning\nrubbish\n^\n",
+                          "qorhex: b.hex: start address 0x6d61696e\n",
+                          "qorhex: b.hex: 4 repeated bytes merged\n",
+                          "qorhex: ./b-00000000.bin: written\n",
+                          "qorhex: unknown or ambiguous option: '--nonsense'\n"
+                          "qorhex: try 'qorhex --help'\n"));
+  close(ends[0]);
+  close(ends[1]);
 }
 
 // ------------------------------------------------------------------ Dumping
@@ -883,6 +994,16 @@ TEST_F(Qorhex, PlainTextIsReadAsItStands) {
               "abcdefgh");
 }
 
+TEST_F(Qorhex, BlanksBeforeTheLineEndAreSkipped) {
+  for (const char* blank : {"\t", " ", "\t ", " \t\r", "\r\r"}) {
+    const std::string ending = std::string(blank) + '\n';
+    expectImage(":0401000041424344F1" + ending + ":00000001FF\n", "ABCD");
+    expectImage(":0401000041424344F1\n:00000001FF" + ending, "ABCD");
+    expectImage(":0401000041424344F1\n:00000001FF" + std::string(blank),
+                "ABCD");
+  }
+}
+
 TEST_F(Qorhex, LowerCaseDigitsAreRead) {
   expectImage(":040100006a6b6c6d4d\n:00000001ff\n", "jklm");
 }
@@ -1022,6 +1143,7 @@ TEST_P(QorhexMerge, KeepsEveryByteOnce) {
 const mergeCase_t mergeCases[] = {
     {"TheSameRecordTwice", dataRecord(0, "abcd") + dataRecord(0, "abcd"),
      "abcd", 4},
+    {"OneByteTwice", dataRecord(0, "a") + dataRecord(0, "a"), "a", 1},
     {"TheSameRecordFourTimes",
      dataRecord(0, "ab") + dataRecord(0, "ab") + dataRecord(0, "ab") +
          dataRecord(0, "ab"),
@@ -1352,6 +1474,90 @@ TEST_F(Qorhex, StandardInputIsReadThroughItsDevice) {
             "total                          4  4B\n");
 }
 
+// Makes standard input a pipe that holds `text` and stays open; a program that
+// waits for its end does not wait for long.
+void givePipe(const std::string& text) {
+  int ends[2];
+  if (pipe(ends) != 0 || write(ends[1], text.data(), text.size()) == -1) {
+    _exit(99);
+  }
+  dup2(ends[0], STDIN_FILENO);
+  alarm(20);
+}
+
+TEST_F(Qorhex, StandardInputIsNotReadBeyondTheEndRecord) {
+  for (const char* behind : {"\n", "\r\n", "", "\n:0", "\nrubbish\n", " \t"}) {
+    const std::string text = dataRecord(0, "abcd") + ":00000001FF" + behind;
+    for (const char* path : {"-", "/dev/stdin"}) {
+      const processResult_t result =
+          run({"-b", "-", path}, [&text] { givePipe(text); });
+      EXPECT_EQ(result.out, "abcd") << behind;
+      EXPECT_EQ(result.err, "") << behind;
+      EXPECT_EQ(result.status, 0) << behind;
+    }
+  }
+}
+
+TEST_F(Qorhex, LinesOfAPipeAreJudgedAsTheyCome) {
+  const processResult_t result =
+      run({"-"}, [] { givePipe(good + "rubbish\n"); });
+  EXPECT_EQ(result.err,
+            "<stdin>:2:1: error: no start code ':' at the beginning\n"
+            "rubbish\n"
+            "^\n");
+  EXPECT_EQ(result.status, 3);
+}
+
+TEST_F(Qorhex, StandardInputHasANameAndAStem) {
+  folder.write("a.hex", endRecord);
+  EXPECT_EQ(run({"-", "a.hex"}, [] { givePipe(sampleText); }).out,
+            "<stdin>:\n"
+            "   no  first       last        size\n"
+            "    0  0x00000100  0x00000103  4  4B\n"
+            "total                          4  4B\n"
+            "a.hex:\n"
+            "total  0\n");
+  EXPECT_EQ(run({"-o", ".", "-"}, [] { givePipe(sampleText); }).status, 0);
+  EXPECT_EQ(folder.read("stdin-00000100.bin"), "ABCD");
+}
+
+TEST_F(Qorhex, APipeGivenTwiceIsWrongUsage) {
+  ASSERT_EQ(mkfifo(folder.path("fifo").c_str(), 0600), 0);
+  const processResult_t result = run({"fifo", "./fifo"});
+  EXPECT_EQ(result.err,
+            "qorhex: the pipe ./fifo is given twice\n"
+            "qorhex: try 'qorhex --help'\n");
+  EXPECT_EQ(result.status, 2);
+}
+
+// What the library would take without a word must not come to it unchecked.
+TEST_F(Qorhex, AFileThatIsRenamedOverIsOneOrTheOther) {
+  const std::string sound = dataRecord(0, "abcd") + endRecord;
+  const std::string conflicting =
+      dataRecord(0, "abcd") + dataRecord(2, "XY") + endRecord;
+  folder.write("fw.hex", sound);
+  std::atomic<bool> done{false};
+  std::thread renaming([&] {
+    while (!done) {
+      for (const std::string& text : {conflicting, sound}) {
+        folder.write("new", text);
+        std::filesystem::rename(folder.path("new"), folder.path("fw.hex"));
+        usleep(500);
+      }
+    }
+  });
+  int taken = 0;
+  for (int i = 0; i < 100; ++i) {
+    const processResult_t result = run({"-b", "-", "fw.hex"});
+    EXPECT_EQ(result.status, result.out == "abcd" ? 0 : 3);
+    EXPECT_EQ(result.out.empty(), result.status != 0);
+    taken += result.status == 0 ? 1 : 0;
+  }
+  done = true;
+  renaming.join();
+  EXPECT_GT(taken, 0);
+}
+
 TEST_F(Qorhex, ABadLineOfAPipeIsShown) {
   expectRefusal(
       {"/dev/stdin"},
@@ -1437,18 +1643,21 @@ TEST_F(Qorhex, LargeImagesArriveWhole) {
 TEST_F(Qorhex, LinesMayBeCutAnywhereBetweenTwoReads) {
   Bytes image;
   std::string text;
-  while (text.size() < 70000) {
+  while (text.size() < large) {  // of which 128 KiB are read at a time
     const Bytes data(16, static_cast<char>(image.size() >> 4U));
-    text += dataRecord(static_cast<unsigned>(image.size()), data);
+    if (image.size() % 0x10000 == 0) {
+      text += baseRecord(4, static_cast<unsigned>(image.size() >> 16U));
+    }
+    text += dataRecord(image.size() & 0xFFFFU, data);
     text.insert(text.size() - 1, "\r");
     image += data;
   }
-  // Every blank moves the edge of the first piece by one character.
-  for (std::size_t blanks = 0; blanks < 46; ++blanks) {
-    folder.write("fw.hex", std::string(blanks, ' ') + text + endRecord);
-    const processResult_t result = run({"-b", "/dev/stdout", "fw.hex"});
+  // Every blank moves the edges of the pieces by one character.
+  for (std::size_t count = 0; count < 46; ++count) {
+    folder.write("fw.hex", blanks(count) + text + endRecord);
+    const processResult_t result = run({"-b", "-", "fw.hex"});
     EXPECT_EQ(result.err, "");
-    EXPECT_TRUE(result.out == image) << blanks;
+    EXPECT_TRUE(result.out == image) << count;
   }
 }
 
@@ -1768,6 +1977,19 @@ TEST_F(Qorhex, ProgressIsToldInTenths) {
             "qorhex: fw.hex: read 100%\n");
 }
 
+TEST_F(Qorhex, ProgressIsThatOfTheBytesWritten) {
+  folder.write("fw.hex",
+               dataRecord(0, "a") + dataRecord(0x9FF, "b") + endRecord);
+  EXPECT_EQ(run({"-p", "-b", "fw.bin", "fw.hex"}).err,
+            "qorhex: fw.hex: read 100%\n"
+            "qorhex: fw.bin: written 90%\n"
+            "qorhex: fw.bin: written 100%\n");
+  EXPECT_EQ(run({"-p", "-o", ".", "fw.hex"}).err,
+            "qorhex: fw.hex: read 100%\n"
+            "qorhex: ./fw-00000000.bin: written 100%\n"
+            "qorhex: ./fw-000009ff.bin: written 100%\n");
+}
+
 // ------------------------------------------------------------------- Strict
 
 TEST_F(Qorhex, StrictReadsPlainText) {
@@ -1783,6 +2005,27 @@ TEST_F(Qorhex, StrictLeavesTheMessagesToTheLibrary) {
             "qorhex: fw.hex: the library cannot load this file\n");
   EXPECT_EQ(result.status, 3);
   EXPECT_THAT(folder.names(), ElementsAre("fw.hex"));
+}
+
+TEST_F(Qorhex, StrictKeepsTheImageOnStandardOutputClean) {
+  folder.write("fw.hex", hexRecord(5, 0, "main") + endRecord);
+  for (const char* target : {"-", "/dev/stdout"}) {
+    const processResult_t result = run({"--strict", "-b", target, "fw.hex"});
+    EXPECT_EQ(result.out, "") << target;
+    EXPECT_EQ(result.err,
+              hexRecord(5, 0, "main") +
+                  "#ERROR: unsupported record type found (5)\n"
+                  "qorhex: fw.hex: the library cannot load this file\n");
+  }
+}
+
+TEST_F(Qorhex, StrictTakesARecordWithoutDataWithTheLibrarysWarning) {
+  expectImage(dataRecord(0, "ab") + dataRecord(0x10, "") + endRecord, "ab",
+              "#ERROR: line.data.size() is zero\n", {"--strict"});
+  folder.write("fw.hex", dataRecord(0, "") + endRecord);
+  expectRefusal({"--strict", "fw.hex"},
+                "#ERROR: corrupt line data in line \":0000000000\"\n"
+                "qorhex: fw.hex: the library cannot load this file\n");
 }
 
 TEST_F(Qorhex, StrictNamesTheFileOfAnException) {

@@ -27,16 +27,17 @@ void KeptPieces::add(const piece_t& piece) {
   used += 1 + piece.size;
 }
 
-// Byte by byte from the lowest (LSD radix sort), leaving out those that are the
-// same in all; the text's order is there already.
+// Twelve bits at a time from the lowest (LSD radix sort), leaving out those
+// that are the same in all; the text's order is there already.
 void KeptPieces::sort() {
+  constexpr std::uint64_t mask = 0xFFF;
   std::vector<std::uint64_t> sorted(index.size());
-  for (unsigned shift = 32; shift < 64; shift += 8) {
-    std::size_t places[256]{};
+  for (unsigned shift = 32; shift < 64; shift += 12) {
+    std::size_t places[mask + 1]{};
     for (const std::uint64_t entry : index) {
-      ++places[entry >> shift & 0xFFU];
+      ++places[entry >> shift & mask];
     }
-    if (places[index[0] >> shift & 0xFFU] == index.size()) {
+    if (places[index[0] >> shift & mask] == index.size()) {
       continue;
     }
     std::size_t place = 0;
@@ -44,7 +45,7 @@ void KeptPieces::sort() {
       place += std::exchange(count, place);
     }
     for (const std::uint64_t entry : index) {
-      sorted[places[entry >> shift & 0xFFU]++] = entry;
+      sorted[places[entry >> shift & mask]++] = entry;
     }
     index.swap(sorted);
   }

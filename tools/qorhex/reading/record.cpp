@@ -189,16 +189,18 @@ std::size_t decodeRecord(const char* text, recordHead_t& head,
   // Where the next record begins hangs on this number: it is found without the
   // vectors, which take longer.
   const unsigned count = hexByte(text + 1);
-  if (count < 3 || count >= noHexDigit) {
-    return decodeRecordReference(text, maxRecordText, head, data);
+  if (count >= noHexDigit) {
+    return 0;
   }
   Digits digits;
-  const std::uint64_t first = digits.take(text + 1);
+  std::size_t left = frameBytes + count;
+  const std::uint64_t first =
+      digits.take(text + 1, std::min<std::size_t>(16, 2 * left));
   head.size = static_cast<std::uint8_t>(count);
   head.offset =
       static_cast<std::uint16_t>((first & 0xFF00U) | (first >> 16U & 0xFFU));
   head.type = static_cast<std::uint8_t>(first >> 24U);
-  std::size_t left = frameBytes + count - sizeof first;
+  left -= std::min(left, sizeof first);
   // The first four bytes are no data.
   const auto firstData = static_cast<std::uint32_t>(first >> 32U);
   std::memcpy(data, &firstData, sizeof firstData);
