@@ -1720,17 +1720,6 @@ TEST_F(Qorhex, ManySegmentsAreWritten) {
   EXPECT_EQ(folder.read("fw-00000075.bin"), "ab");
 }
 
-TEST_F(Qorhex, TheBinaryMustNotTakeTheNameOfASegment) {
-  folder.write("fw.hex", good + dataRecord(0x10, "x") + endRecord);
-  const std::string reason = ": --binary names a segment of --output\n";
-  expectRefusal({"-o", ".", "-b", "fw-00000010.bin", "fw.hex"},
-                "qorhex: ./fw-00000010.bin" + reason);
-  folder.write("fw-00000000.bin", "old");
-  expectRefusal({"-o", ".", "-b", folder.path("fw-00000000.bin"), "fw.hex"},
-                "qorhex: ./fw-00000000.bin" + reason);
-  EXPECT_EQ(folder.read("fw-00000000.bin"), "old");
-}
-
 TEST_F(Qorhex, TheBinaryMayHaveTheNameOfASegmentElsewhere) {
   folder.write("fw.hex", good + endRecord);
   std::filesystem::create_directory(folder.path("o"));
@@ -1950,12 +1939,6 @@ TEST_F(Qorhex, AClosedPipeLeavesNoTemporaryFile) {
   EXPECT_EQ(result.status, 1000 + SIGPIPE);
   EXPECT_EQ(result.err, "");
   EXPECT_THAT(folder.names(), ElementsAre("fw.hex"));
-}
-
-TEST_F(Qorhex, TheInputMayBeReplaced) {
-  folder.write("fw.hex", sampleText);
-  EXPECT_EQ(run({"-b", "fw.hex", "fw.hex"}).status, 0);
-  EXPECT_EQ(folder.read("fw.hex"), "ABCD");
 }
 
 TEST_F(Qorhex, ProgressIsToldInTenths) {

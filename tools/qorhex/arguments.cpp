@@ -252,9 +252,6 @@ std::optional<exitStatus_t> readArguments(int argc, char** argv,
     writeError("qorhex: " + error.reason + "\nqorhex: try 'qorhex --help'\n");
     return WRONG_USAGE;
   }
-  if (arguments.binaryFile == "-") {
-    arguments.binaryFile = "/dev/stdout";
-  }
   return std::nullopt;
 }
 

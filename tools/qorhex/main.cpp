@@ -84,6 +84,9 @@ bool isStandardOutput(const std::string& path) {
 
   struct stat output {};
 
+  if (path == "-") {
+    return true;
+  }
   return ::stat(path.c_str(), &target) == 0 &&
          ::fstat(STDOUT_FILENO, &output) == 0 &&
          target.st_dev == output.st_dev && target.st_ino == output.st_ino;
@@ -141,14 +144,15 @@ void showFile(const arguments_t& arguments, const std::string& path,
   }
 }
 
-void handleFile(const arguments_t& arguments, const std::string& path) {
+void handleFile(const arguments_t& arguments, const std::string& path,
+                FilesInUse& inUse) {
   const image_t image = readFile(arguments, path);
   const bool writing = arguments.outputFolder || arguments.binaryFile;
   if (arguments.reverse) {
     reverseSegments(image.blocks);
   }
   if (writing) {
-    writeFiles(arguments, path, joinBlocks(image.blocks));
+    writeFiles(arguments, path, joinBlocks(image.blocks), inUse);
   }
   if (!writing || arguments.dumpedPerLine) {
     showFile(arguments, path, image.blocks);
@@ -156,9 +160,10 @@ void handleFile(const arguments_t& arguments, const std::string& path) {
 }
 
 // Handles the file `path` and tells why it could not be; returns its status.
-exitStatus_t statusOf(const arguments_t& arguments, const std::string& path) {
+exitStatus_t statusOf(const arguments_t& arguments, const std::string& path,
+                      FilesInUse& inUse) {
   try {
-    handleFile(arguments, path);
+    handleFile(arguments, path, inUse);
     return ALL_WELL;
   } catch (const Refusal& refusal) {
     writeError(problemText(refusal.problem));
@@ -176,9 +181,10 @@ exitStatus_t handleFiles(const arguments_t& arguments) {
   if (arguments.outputFolder && !isFolder(*arguments.outputFolder)) {
     throwSystemError(*arguments.outputFolder);
   }
+  FilesInUse inUse(arguments.files);
   exitStatus_t highest = ALL_WELL;
   for (const std::string& path : arguments.files) {
-    highest = std::max(highest, statusOf(arguments, path));
+    highest = std::max(highest, statusOf(arguments, path, inUse));
   }
   return highest;
 }

@@ -3,11 +3,7 @@
 #include "writing/output.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <climits>
-#include <cstdlib>
-#include <cstring>
 #include <utility>
 
 #include <fcntl.h>
@@ -18,106 +14,50 @@
 
 namespace {
 
-constexpr int maxLinks = 40;
+constexpr mode_t permissionBits = 07777;
+constexpr mode_t setIdBits = S_ISUID | S_ISGID;
 
-constexpr std::array<unsigned char, ioPiece> makeGap() {
-  std::array<unsigned char, ioPiece> bytes{};
-  for (unsigned char& byte : bytes) {
-    byte = 0xFF;
-  }
-  return bytes;
-}
-
-constexpr std::array<unsigned char, ioPiece> gapBytes = makeGap();
-
-// The folder of `path`, with the slash at its end; empty for the current one.
-std::string folderOf(const std::string& path) {
-  return path.substr(0, path.rfind('/') + 1);
-}
-
-// The number of the own descriptor that `path` stands for, -1 for none.
-int ownDescriptor(const std::string& path) {
-  for (const char* folder : {"/proc/self/fd/", "/dev/fd/"}) {
-    const std::size_t length = std::strlen(folder);
-    if (path.compare(0, length, folder) == 0 && path.size() > length &&
-        path.size() < length + 9 &&
-        path.find_first_not_of("0123456789", length) == std::string::npos) {
-      return std::stoi(path.substr(length));
-    }
-  }
-  return -1;
-}
-
-// Follows symbolic links, also one that leads nowhere yet, but not into the
-// list of own descriptors, whose links are none.
-std::string resolveLinks(const std::string& path) {
-  std::string resolved = path;
-  for (int i = 0; i < maxLinks; ++i) {
-    char link[PATH_MAX];
-    const ssize_t length =
-        ownDescriptor(resolved) != -1
-            ? -1
-            : ::readlink(resolved.c_str(), link, sizeof link);
-    if (length == -1) {
-      return resolved;
-    }
-    const std::string next(link, static_cast<std::size_t>(length));
-    resolved.erase(next[0] == '/' ? 0 : folderOf(resolved).size());
-    resolved += next;
-  }
-  errno = ELOOP;
-  throwSystemError(path);
+// Makes the system call `call` until no signal interrupts it.
+template <class Call>
+int uninterrupted(const Call& call) {
+  int result = -1;
+  do {
+    result = call();
+  } while (result == -1 && errno == EINTR);
+  return result;
 }
 
 }  // namespace
 
-OutputFile::OutputFile(std::string path) : target(std::move(path)) {
-  const std::string resolved = resolveLinks(target);
-  const int own = ownDescriptor(resolved);
-  if (own != -1) {
-    file = Descriptor(::fcntl(own, F_DUPFD_CLOEXEC, 0));
-    if (!file.isOpen()) {
-      throwSystemError(target);
-    }
-    return;
-  }
+OutputFile::OutputFile(target_t leadsTo)
+    : destination(std::move(leadsTo)), place(temporary, destination) {}
 
-  struct stat status {};
-
-  replacing = ::stat(resolved.c_str(), &status) == 0;
-  if (replacing && !S_ISREG(status.st_mode)) {
+void OutputFile::open() {
+  if (destination.isDirect()) {
     openDirectly();
-    return;
+  } else {
+    // A replacement is not readable for others before it has its mode.
+    file = temporary.create(folderOf(destination.path),
+                            destination.exists ? 0600 : 0666);
   }
-  if (replacing &&
-      ::faccessat(AT_FDCWD, resolved.c_str(), W_OK, AT_EACCESS) != 0) {
-    throwSystemError(target);
+  if (!file.isOpen()) {
+    throwSystemError(destination.name);
   }
-  mode = status.st_mode & 07777U;
-  openTemporary(resolved);
 }
 
 void OutputFile::openDirectly() {
-  file = Descriptor(::open(target.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
-  if (!file.isOpen()) {
-    throwSystemError(target);
-  }
-}
-
-void OutputFile::openTemporary(const std::string& resolved) {
-  finalPath = resolved;
-  temporary = std::make_unique<TemporaryFile>(folderOf(resolved));
-  // A replacement is not readable for others before it has its mode.
-  file = temporary->create(replacing ? 0600 : 0666);
-  if (!file.isOpen()) {
-    throwSystemError(target);
-  }
+  file = Descriptor(uninterrupted([this] {
+    return destination.ownDescriptor != -1
+               ? ::fcntl(destination.ownDescriptor, F_DUPFD_CLOEXEC, 0)
+               : ::open(destination.path.c_str(),
+                        O_WRONLY | O_CLOEXEC | O_NOCTTY);
+  }));
 }
 
 void OutputFile::append(const unsigned char* data, std::uint64_t size) {
   while (size != 0) {
     if (buffer.empty() && size >= ioPiece) {
-      writeAll(file.get(), data, ioPiece, target);
+      writeAll(file.get(), data, ioPiece, destination.name);
       data += ioPiece;
       size -= ioPiece;
       continue;
@@ -133,37 +73,75 @@ void OutputFile::append(const unsigned char* data, std::uint64_t size) {
   }
 }
 
-void OutputFile::appendGap(std::uint64_t size) {
+void OutputFile::appendFill(std::uint64_t size, unsigned char value) {
+  const std::vector<unsigned char> fill(
+      static_cast<std::size_t>(std::min<std::uint64_t>(size, ioPiece)), value);
   while (size != 0) {
-    const std::uint64_t taken = std::min<std::uint64_t>(size, gapBytes.size());
-    append(gapBytes.data(), taken);
+    const std::uint64_t taken = std::min<std::uint64_t>(size, fill.size());
+    append(fill.data(), taken);
     size -= taken;
   }
 }
 
 void OutputFile::flush() {
-  writeAll(file.get(), buffer.data(), buffer.size(), target);
+  writeAll(file.get(), buffer.data(), buffer.size(), destination.name);
   buffer.clear();
 }
 
 void OutputFile::complete() {
   flush();
   buffer = std::vector<unsigned char>();
-  if (replacing && temporary && ::fchmod(file.get(), mode) != 0) {
-    throwSystemError(target);
+
+  struct stat status {};
+
+  if (::fstat(file.get(), &status) != 0) {
+    throwSystemError(destination.name);
   }
-  // Pipes and devices have nothing to bring to a disk.
-  if (::fsync(file.get()) != 0 &&
-      (temporary || (errno != EINVAL && errno != EROFS))) {
-    throwSystemError(target);
-  }
-  if (::close(file.release()) != 0 && errno != EINTR) {
-    throwSystemError(target);
+  written = {status.st_dev, status.st_ino, {}};
+  if (destination.exists && !destination.isDirect()) {
+    takeOverFrom(status);
   }
 }
 
-void OutputFile::commit() {
-  if (temporary && !temporary->renameTo(finalPath)) {
-    throwSystemError(target);
+// A change of the owner takes the set-id bits away, so the mode comes last.
+void OutputFile::takeOverFrom(const struct stat& status) {
+  const auto give = [this](uid_t owner, gid_t group) {
+    return uninterrupted([&] { return ::fchown(file.get(), owner, group); }) ==
+           0;
+  };
+  mode_t mode = destination.mode & permissionBits;
+  const bool own =
+      status.st_uid == destination.owner && status.st_gid == destination.group;
+  if (!own && !give(destination.owner, destination.group)) {
+    mode &= ~setIdBits;
+    static_cast<void>(give(static_cast<uid_t>(-1), destination.group));
+  }
+  if (uninterrupted([&] { return ::fchmod(file.get(), mode); }) != 0) {
+    throwSystemError(destination.name);
+  }
+}
+
+// What could not be written back is told to each file.
+bool OutputFile::reachedDisk() const {
+  if (::sync_file_range(file.get(), 0, 0,
+                        SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE |
+                            SYNC_FILE_RANGE_WAIT_AFTER) == 0) {
+    return true;
+  }
+  if (errno != EINVAL && errno != ENOSYS && errno != ESPIPE) {
+    throwSystemError(destination.name);
+  }
+  return false;
+}
+
+void OutputFile::close(bool flushed) {
+  if (!(flushed && reachedDisk()) &&
+      uninterrupted([this] { return ::fsync(file.get()); }) != 0 &&
+      // Pipes and devices have nothing to bring to a disk.
+      !(destination.isDirect() && (errno == EINVAL || errno == EROFS))) {
+    throwSystemError(destination.name);
+  }
+  if (::close(file.release()) != 0 && errno != EINTR) {
+    throwSystemError(destination.name);
   }
 }

@@ -1,54 +1,77 @@
 // SPDX-License-Identifier: MIT
 //
-// Raw binary files that appear whole or not at all.
+// One file that the tool writes.
 
 #ifndef QORHEX_OUTPUT_H
 #define QORHEX_OUTPUT_H
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "reading/descriptor.h"
+#include "writing/placement.h"
+#include "writing/target.h"
 #include "writing/temporary.h"
 
 /// A file in the making.
 ///
-/// A regular file grows under a temporary name in the folder of the target and
-/// takes the target's name with commit(); without that it vanishes. A target
+/// A regular file grows under a temporary name in the folder of its target,
+/// until its placement gives it the name; without that it vanishes. A target
 /// that exists and is no regular file is written to directly, and so is one of
-/// this process's own descriptors (/dev/stdout). Symbolic links are followed.
-/// Every failure throws a QorException that names the target.
+/// this process's own descriptors. Every failure throws a Failure that names
+/// the target.
 class OutputFile {
  public:
-  /// Makes the file for the target `path`.
-  explicit OutputFile(std::string path);
+  /// Makes nothing yet.
+  explicit OutputFile(target_t leadsTo);
+
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  ~OutputFile() = default;
+
+  /// Where the file goes.
+  const target_t& target() const { return destination; }
+
+  /// Creates the temporary file, or opens the target to write to it directly.
+  void open();
 
   /// Appends the `size` bytes at `data`.
   void append(const unsigned char* data, std::uint64_t size);
 
-  /// Appends `size` bytes 0xff.
-  void appendGap(std::uint64_t size);
+  /// Appends `size` bytes `value`.
+  void appendFill(std::uint64_t size, unsigned char value);
 
-  /// Brings all bytes to the file and closes it.
+  /// Writes what is still held, and gives a replacement the mode of what it
+  /// replaces, and the owner if that is allowed: if not, no set-id bits either.
   void complete();
 
-  /// Gives the complete file the name of the target.
-  void commit();
+  /// Which file holds the bytes, once complete() was called.
+  const fileIdentity_t& identity() const { return written; }
+
+  /// The open file, -1 when it is not open.
+  int descriptor() const { return file.get(); }
+
+  /// Brings the bytes to the disk and closes the file. After syncfs() has
+  /// brought them there, `flushed`, it is enough to ask what came of it.
+  void close(bool flushed);
+
+  /// How the file comes to its place.
+  Placement& placement() { return place; }
 
  private:
-  void openTemporary(const std::string& resolved);
   void openDirectly();
+  void openTemporary();
   void flush();
+  void takeOverFrom(const struct stat& status);
+  bool reachedDisk() const;
 
-  std::string target;
-  std::unique_ptr<TemporaryFile> temporary;
-  std::string finalPath;
+  const target_t destination;
+  TemporaryFile temporary;
+  Placement place;
   Descriptor file;
-  bool replacing{false};
-  unsigned mode{0};
+  fileIdentity_t written;
   std::vector<unsigned char> buffer;
 };
 

@@ -3,93 +3,73 @@
 #include "writing/temporary.h"
 
 #include <cerrno>
-#include <csignal>
-#include <cstdio>
-#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "writing/signals.h"
+
 namespace {
 
-constexpr int endingSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM};
+// More names than files that a killed program of the same number left behind.
+constexpr int mostNames = 100000;
 
 // The head of the list. It has no destructor, as a signal may come until the
 // very end.
 TemporaryFile* firstTemporary = nullptr;
 
-sigset_t setOfEndingSignals() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int number : endingSignals) {
-    sigaddset(&set, number);
+// Calls `make` with a new name in `folder` until one is free, and returns what
+// it returns: -1 with the reason in `errno` when it fails.
+template <class Make>
+int makeUnderNewName(const std::string& folder, std::string& path,
+                     const Make& make) {
+  static unsigned serial = 0;
+  int result = -1;
+  for (int i = 0; i < mostNames && result == -1; ++i) {
+    path = folder + ".qorhex-" + std::to_string(::getpid()) + '-' +
+           std::to_string(serial++);
+    result = make(path.c_str());
+    if (result == -1 && errno != EEXIST && errno != EINTR) {
+      break;
+    }
   }
-  return set;
-}
-
-// Holds the signals back, so that list and folder agree whenever one arrives.
-class SignalsHeldBack {
- public:
-  SignalsHeldBack() {
-    const sigset_t set = setOfEndingSignals();
-    sigprocmask(SIG_BLOCK, &set, &before);
-  }
-
-  SignalsHeldBack(const SignalsHeldBack&) = delete;
-  SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
-
-  ~SignalsHeldBack() {
-    const int error = errno;
-    sigprocmask(SIG_SETMASK, &before, nullptr);
-    errno = error;
-  }
-
- private:
-  sigset_t before{};
-};
-
-// The default action is back in place by now, and takes effect on return.
-extern "C" void endBySignal(int number) {
-  TemporaryFile::removeAll();
-  raise(number);
+  return result;
 }
 
 }  // namespace
 
-TemporaryFile::TemporaryFile(std::string folder)
-    : folderName(std::move(folder)) {}
-
 TemporaryFile::~TemporaryFile() {
   if (listed) {
-    const SignalsHeldBack heldBack;
-    ::unlink(path.c_str());
-    strikeOff();
+    static_cast<void>(remove());
   }
 }
 
-Descriptor TemporaryFile::create(mode_t mode) {
-  static unsigned serial = 0;
-  Descriptor file;
-  do {
-    path = folderName + ".qorhex-" + std::to_string(::getpid()) + '-' +
-           std::to_string(serial++);
-    const SignalsHeldBack heldBack;
-    file = Descriptor(
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-    if (file.isOpen()) {
-      enlist();
-    }
-  } while (!file.isOpen() && errno == EEXIST);
+Descriptor TemporaryFile::create(const std::string& folder, mode_t mode) {
+  const SignalsHeldBack heldBack;  // list and folder agree when one arrives
+  Descriptor file(makeUnderNewName(folder, path, [mode](const char* name) {
+    return ::open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+  }));
+  if (file.isOpen()) {
+    enlist();
+  }
   return file;
 }
 
-bool TemporaryFile::renameTo(const std::string& finalPath) {
+bool TemporaryFile::createLink(const std::string& existing) {
   const SignalsHeldBack heldBack;
-  if (std::rename(path.c_str(), finalPath.c_str()) != 0) {
+  if (makeUnderNewName(folderOf(existing), path, [&existing](const char* name) {
+        return ::link(existing.c_str(), name);
+      }) == -1) {
     return false;
   }
-  strikeOff();
+  enlist();
   return true;
+}
+
+bool TemporaryFile::remove() {
+  const SignalsHeldBack heldBack;
+  letGo();
+  return ::unlink(path.c_str()) == 0;
 }
 
 void TemporaryFile::removeAll() {
@@ -108,26 +88,24 @@ void TemporaryFile::enlist() {
   listed = true;
 }
 
-void TemporaryFile::strikeOff() {
+void TemporaryFile::letGo() {
+  if (!listed) {
+    return;
+  }
+  const SignalsHeldBack heldBack;
   (previous != nullptr ? previous->next : firstTemporary) = next;
   if (next != nullptr) {
     next->previous = previous;
   }
+  previous = nullptr;
+  next = nullptr;
   listed = false;
 }
 
 void removeOnSignals() {
-  struct sigaction action {};
+  actBeforeEnd(TemporaryFile::removeAll);
+}
 
-  action.sa_handler = endBySignal;
-  action.sa_mask = setOfEndingSignals();
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
-  for (const int number : endingSignals) {
-    struct sigaction before {};
-
-    if (sigaction(number, nullptr, &before) == 0 &&
-        before.sa_handler != SIG_IGN) {
-      sigaction(number, &action, nullptr);
-    }
-  }
+std::string folderOf(const std::string& path) {
+  return path.substr(0, path.rfind('/') + 1);
 }

@@ -13,46 +13,56 @@
 
 /// A file that exists under a temporary name, until it gets its own.
 ///
-/// There is a list of all of them, which the handler of removeOnSignals()
-/// walks; so a temporary file stays where it is in memory.
+/// There is a list of all of them, which removeOnSignals() needs; so a
+/// temporary file stays where it is in memory.
 class TemporaryFile {
  public:
-  /// Makes a name in `folder`, which is empty for the current one or ends with
-  /// a slash.
-  explicit TemporaryFile(std::string folder);
+  /// Makes none yet.
+  TemporaryFile() = default;
 
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-  /// Removes the file, unless it was renamed.
+  /// Removes the file, if there is one.
   ~TemporaryFile();
 
-  /// Creates the file, with `mode` less the umask, and returns a descriptor for
+  /// Creates the file in `folder`, which is empty for the current one or ends
+  /// with a slash, with `mode` less the umask, and returns a descriptor for
   /// writing; none when that fails, with the reason in `errno`.
-  Descriptor create(mode_t mode);
+  Descriptor create(const std::string& folder, mode_t mode);
 
-  /// Gives the file the name `finalPath`. When that fails, returns false with
-  /// the reason in `errno`, and the file stays a temporary one.
-  bool renameTo(const std::string& finalPath);
+  /// Makes the file a second name of the file `path`, beside it. When that
+  /// fails, returns false with the reason in `errno`.
+  bool createLink(const std::string& path);
 
-  /// Removes all such files from their folders; for a signal handler, with the
-  /// end of the program to follow.
-  static void removeAll();
+  /// Removes the file. When that fails, returns false with the reason in
+  /// `errno`, and does not try again.
+  bool remove();
+
+  /// Leaves the file alone: it has its own name now, or is to stay.
+  void letGo();
+
+  /// The temporary name, with the folder.
+  const std::string& name() const { return path; }
 
  private:
-  void enlist();
-  void strikeOff();
+  static void removeAll();
+  friend void removeOnSignals();
 
-  std::string folderName;
+  void enlist();
+
   std::string path;
   bool listed{false};
   TemporaryFile* previous{nullptr};
   TemporaryFile* next{nullptr};
 };
 
-/// Sees to it that the signals that end a program from outside, and that of a
-/// closed pipe, remove the temporary files first. Those that are ignored stay
-/// ignored, as under nohup.
+/// Sees to it that every signal that ends the program and can be caught removes
+/// the temporary files first. Those that are ignored stay ignored.
 void removeOnSignals();
+
+/// Returns the folder of `path`, with the slash at its end; empty for the
+/// current one.
+std::string folderOf(const std::string& path);
 
 #endif  // QORHEX_TEMPORARY_H

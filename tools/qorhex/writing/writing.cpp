@@ -2,22 +2,20 @@
 
 #include "writing/writing.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <filesystem>
-#include <system_error>
-#include <utility>
+#include <vector>
 
-#include "reading/descriptor.h"
 #include "reading/failure.h"
 #include "reading/number_text.h"
 #include "telling/messages.h"
 #include "telling/progress.h"
 #include "writing/output.h"
+#include "writing/output_set.h"
 
 namespace {
 
 constexpr int addressDigits = 8;
+constexpr unsigned char gapFill = 0xFF;
 
 void appendSegment(OutputFile& out, const segment_t& segment,
                    Progress& progress) {
@@ -27,31 +25,25 @@ void appendSegment(OutputFile& out, const segment_t& segment,
   }
 }
 
-OutputFile makeSegmentFile(const arguments_t& arguments,
-                           const std::string& name, const segment_t& segment) {
-  OutputFile out(name);
-  Progress progress(arguments.progress, name, "written", segment.size);
+void writeSegment(OutputFile& out, const arguments_t& arguments,
+                  const segment_t& segment) {
+  Progress progress(arguments.progress, out.target().name, "written",
+                    segment.size);
   appendSegment(out, segment, progress);
-  out.complete();
   progress.finish();
-  return out;
 }
 
-OutputFile makeImageFile(const arguments_t& arguments, const std::string& name,
-                         const std::vector<segment_t>& segments,
-                         std::uint64_t size) {
-  OutputFile out(name);
-  Progress progress(arguments.progress, name, "written", size);
+void writeImage(OutputFile& out, const arguments_t& arguments,
+                const std::vector<segment_t>& segments, std::uint64_t size) {
+  Progress progress(arguments.progress, out.target().name, "written", size);
   std::uint64_t end = segments.empty() ? 0 : segments.front().address;
   for (const segment_t& segment : segments) {
-    out.appendGap(segment.address - end);
+    out.appendFill(segment.address - end, gapFill);
     progress.advance(segment.address - end);
     appendSegment(out, segment, progress);
     end = segment.end();
   }
-  out.complete();
   progress.finish();
-  return out;
 }
 
 // The bytes from the first address to the last; refused beyond --max-size.
@@ -81,41 +73,28 @@ std::string segmentFileName(const std::string& folder, const std::string& path,
   return folder + '/' + stemOf(path) + '-' + address + ".bin";
 }
 
-// Tells whether two paths lead to the same file, which need not exist.
-bool sameFile(const std::filesystem::path& one,
-              const std::filesystem::path& two) {
-  std::error_code ignored;
-  return one.filename() == two.filename() &&
-         weakly_canonical(absolute(one, ignored), ignored) ==
-             weakly_canonical(absolute(two, ignored), ignored);
-}
-
 }  // namespace
 
 void writeFiles(const arguments_t& arguments, const std::string& path,
-                const std::vector<segment_t>& segments) {
-  std::vector<std::pair<std::string, OutputFile>> files;
-  const std::uint64_t span =
-      arguments.binaryFile ? checkSpan(arguments, path, segments) : 0;
+                const std::vector<segment_t>& segments, FilesInUse& inUse) {
+  OutputSet outputs;
   if (arguments.outputFolder) {
     for (const segment_t& segment : segments) {
-      const std::string name =
-          segmentFileName(*arguments.outputFolder, path, segment);
-      if (arguments.binaryFile && sameFile(*arguments.binaryFile, name)) {
-        throw Failure(REFUSED, name, "--binary names a segment of --output");
-      }
-      files.emplace_back(name, makeSegmentFile(arguments, name, segment));
+      outputs.add(
+          segmentFileName(*arguments.outputFolder, path, segment),
+          [&](OutputFile& out) { writeSegment(out, arguments, segment); });
     }
   }
   if (arguments.binaryFile) {
-    files.emplace_back(
-        *arguments.binaryFile,
-        makeImageFile(arguments, *arguments.binaryFile, segments, span));
+    const std::uint64_t size = checkSpan(arguments, path, segments);
+    outputs.add(*arguments.binaryFile, [&, size](OutputFile& out) {
+      writeImage(out, arguments, segments, size);
+    });
   }
-  for (auto& [name, file] : files) {
-    file.commit();
-    if (arguments.verbosity > 0) {
-      messageAbout(name) << "written\n";
-    }
+  outputs.write(inUse);
+  if (arguments.verbosity > 0) {
+    outputs.forEach([](const OutputFile& file) {
+      messageAbout(file.target().name) << "written\n";
+    });
   }
 }

@@ -10,12 +10,13 @@
 
 #include "arguments.h"
 #include "image/segments.h"
+#include "writing/target.h"
 
-/// Writes the files that `arguments` ask for, for the HEX file `path`.
+/// Writes the files that `arguments` ask for, for the HEX file `path`, and
+/// takes them down in `inUse`, none of whose files is written to.
 ///
-/// Throws QorException; no file is then in place unless putting the complete
-/// files in place failed itself.
+/// Throws QorException; what that leaves stands at OutputSet::write().
 void writeFiles(const arguments_t& arguments, const std::string& path,
-                const std::vector<segment_t>& segments);
+                const std::vector<segment_t>& segments, FilesInUse& inUse);
 
 #endif  // QORHEX_WRITING_H
