@@ -201,15 +201,16 @@ Version Version::getVersion(const std::string& text) {
 }
 
 std::ostream& operator<<(std::ostream& os, const Version& version) {
-  if (takesNumbers(os)) {
-    LineBuffer line;
-    line.decimal(version.major).put('.').decimal(version.minor).put('.');
-    line.decimal(version.release).put('.').decimal(version.build);
-    if (insertRecord(os, line.view())) {
-      return os;
-    }
+  if (!takesNumbers(os)) {
+    return printPlainly(os, version);
   }
-  return printPlainly(os, version);
+  LineBuffer line;
+  line.decimal(version.major).put('.').decimal(version.minor).put('.');
+  line.decimal(version.release).put('.').decimal(version.build);
+  insertRecord(os, line.view(), [&version](std::ostream& stream) {
+    printPlainly(stream, version);
+  });
+  return os;
 }
 
 // The same without a list of the parts.

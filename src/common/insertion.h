@@ -7,8 +7,12 @@
 #ifndef QORUTIL_COMMON_INSERTION_H
 #define QORUTIL_COMMON_INSERTION_H
 
+#include <cstddef>
+#include <functional>
 #include <ostream>
 #include <string_view>
+
+#include "common/stream_state.h"
 
 namespace qorutil_internal {
 
@@ -22,24 +26,41 @@ inline bool takesTexts(const std::ostream& os) {
 /// digits. Another one may bring facets of its own.
 bool takesNumbers(const std::ostream& os);
 
-/// Inserts `text`. When that fails, it returns false and the caller prints
-/// plainly: a bad stream takes nothing, and ends in the state in which the
-/// insertions behind the one that fails leave it.
-inline bool insertText(std::ostream& os, std::string_view text) {
-  return os.write(text.data(), static_cast<std::streamsize>(text.size()))
-      .good();
-}
+/// Inserts as much of `text` as the buffer takes at once; returns how many
+/// characters that is. None where the buffer might tear the text in another
+/// place than the pieces it stands for.
+std::size_t insertAtOnce(std::ostream& os, std::string_view text);
 
-/// The same for a stream in `unitbuf` mode, but nothing is flushed.
-bool insertQuietly(std::ostream& os, std::string_view text);
+/// Brings a stream whose buffer has taken no more than `taken` characters of
+/// what `plain` prints into the state in which `plain` leaves it.
+void leaveFailed(std::ostream& os, std::size_t taken,
+                 const std::function<void(std::ostream&)>& plain);
+
+/// Inserts `text`, which is what `plain` prints piece by piece.
+template <class Plain>
+void insertText(std::ostream& os, std::string_view text, const Plain& plain) {
+  const std::size_t taken = insertAtOnce(os, text);
+  if (taken == text.size()) {
+    return;
+  }
+  if (os.good()) {
+    plain(os);
+  } else {
+    leaveFailed(os, taken, plain);
+  }
+}
 
 /// The same for printers that replace all flags of the stream: nothing is
 /// flushed, as `unitbuf` is among them.
-inline bool insertRecord(std::ostream& os, std::string_view text) {
-  if ((os.flags() & std::ios_base::unitbuf) != 0) {
-    return insertQuietly(os, text);
+template <class Plain>
+void insertRecord(std::ostream& os, std::string_view text, const Plain& plain) {
+  if ((os.flags() & std::ios_base::unitbuf) == 0) {
+    insertText(os, text, plain);
+    return;
   }
-  return insertText(os, text);
+  const StreamState restored(os);
+  os.unsetf(std::ios_base::unitbuf);
+  insertText(os, text, plain);
 }
 
 }  // namespace qorutil_internal

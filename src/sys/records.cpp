@@ -172,6 +172,12 @@ void putFrame(LineBuffer& line, const can_frame& frame) {
   line.hexBytes(dataOf(frame), frame.can_dlc);
 }
 
+// Prints the record to any stream.
+template <class Record>
+auto plainWay(const Record& record) {
+  return [&record](std::ostream& os) { printPlainly(os, record); };
+}
+
 }  // namespace
 
 namespace qorutil_internal {
@@ -236,18 +242,17 @@ std::ostream& printPlainly(std::ostream& os, const can_frame& frame) {
 }  // namespace qorutil_internal
 
 std::ostream& printSize::print(std::ostream& os) const {
-  if (isOrdinary(os, bytes) && takesNumbers(os) && roundsToNearest()) {
-    LineBuffer line;
-    const unit_t& unit = unitOf(bytes);
-    putQuotient(line, rounded(bytes, unit.shift));
-    if ((os.flags() & std::ios_base::internal) != 0) {
-      line.put(' ');
-    }
-    if (insertText(os, line.put(unit.suffix).view())) {
-      return os;
-    }
+  if (!isOrdinary(os, bytes) || !takesNumbers(os) || !roundsToNearest()) {
+    return printPlainly(os, *this);
   }
-  return printPlainly(os, *this);
+  LineBuffer line;
+  const unit_t& unit = unitOf(bytes);
+  putQuotient(line, rounded(bytes, unit.shift));
+  if ((os.flags() & std::ios_base::internal) != 0) {
+    line.put(' ');
+  }
+  insertText(os, line.put(unit.suffix).view(), plainWay(*this));
+  return os;
 }
 
 std::ostream& operator<<(std::ostream& os, const printSize& size) {
@@ -255,34 +260,32 @@ std::ostream& operator<<(std::ostream& os, const printSize& size) {
 }
 
 std::ostream& operator<<(std::ostream& os, const mq_attr& attr) {
-  if (takesNumbers(os)) {
-    LineBuffer line;
-    line.put('(').hexadecimal(static_cast<unsigned long>(attr.mq_flags));
-    line.put(',').decimal(attr.mq_maxmsg).put(',').decimal(attr.mq_msgsize);
-    line.put(',').decimal(attr.mq_curmsgs).put(')');
-    if (insertRecord(os, line.view())) {
-      return os;
-    }
+  if (!takesNumbers(os)) {
+    return printPlainly(os, attr);
   }
-  return printPlainly(os, attr);
+  LineBuffer line;
+  line.put('(').hexadecimal(static_cast<unsigned long>(attr.mq_flags));
+  line.put(',').decimal(attr.mq_maxmsg).put(',').decimal(attr.mq_msgsize);
+  line.put(',').decimal(attr.mq_curmsgs).put(')');
+  insertRecord(os, line.view(), plainWay(attr));
+  return os;
 }
 
 std::ostream& operator<<(std::ostream& os, const __sigset_t& signals) {
   LineBuffer line;
-  if (takesNumbers(os) && putSignals(line, signals) &&
-      insertRecord(os, line.view())) {
-    return os;
+  if (!takesNumbers(os) || !putSignals(line, signals)) {
+    return printPlainly(os, signals);
   }
-  return printPlainly(os, signals);
+  insertRecord(os, line.view(), plainWay(signals));
+  return os;
 }
 
 std::ostream& operator<<(std::ostream& os, const can_frame& frame) {
-  if (takesNumbers(os)) {
-    LineBuffer line;
-    putFrame(line, frame);
-    if (insertRecord(os, line.view())) {
-      return os;
-    }
+  if (!takesNumbers(os)) {
+    return printPlainly(os, frame);
   }
-  return printPlainly(os, frame);
+  LineBuffer line;
+  putFrame(line, frame);
+  insertRecord(os, line.view(), plainWay(frame));
+  return os;
 }

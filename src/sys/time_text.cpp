@@ -93,15 +93,18 @@ void putTimeOfDay(LineBuffer& line, std::time_t seconds, char separatorHint) {
 
 std::ostream& printTimeOfDay(std::ostream& os, std::time_t seconds,
                              std::int64_t fraction, int fractionDigits) {
-  if (takesNumbers(os)) {
-    LineBuffer line;
-    putTimeOfDay(line, seconds, os.fill());
-    line.put('.').decimal(fraction, static_cast<std::size_t>(fractionDigits));
-    if (insertRecord(os, line.view())) {
-      return os;
-    }
+  const auto plain = [=](std::ostream& stream) {
+    printTimeOfDayPlainly(stream, seconds, fraction, fractionDigits);
+  };
+  if (!takesNumbers(os)) {
+    plain(os);
+    return os;
   }
-  return printTimeOfDayPlainly(os, seconds, fraction, fractionDigits);
+  LineBuffer line;
+  putTimeOfDay(line, seconds, os.fill());
+  line.put('.').decimal(fraction, static_cast<std::size_t>(fractionDigits));
+  insertRecord(os, line.view(), plain);
+  return os;
 }
 
 void putTime(LineBuffer& line, const tm& time) {
@@ -178,14 +181,14 @@ std::string getPosixTime() {
 }
 
 std::ostream& operator<<(std::ostream& os, const tm& time) {
-  if (takesNumbers(os)) {
-    LineBuffer line;
-    putTime(line, time);
-    if (insertRecord(os, line.view())) {
-      return os;
-    }
+  if (!takesNumbers(os)) {
+    return printPlainly(os, time);
   }
-  return printPlainly(os, time);
+  LineBuffer line;
+  putTime(line, time);
+  insertRecord(os, line.view(),
+               [&time](std::ostream& stream) { printPlainly(stream, time); });
+  return os;
 }
 
 std::ostream& operator<<(std::ostream& os, const timeval& time) {

@@ -89,11 +89,16 @@ std::ostream& BinaryBase::print(std::ostream& os, std::uint64_t value,
       writeBinaryDigits(digits, value, static_cast<unsigned>(bits / 4),
                         (flags & std::ios_base::internal) != 0);
   const std::string_view text(digits, static_cast<std::size_t>(end - digits));
-  if (takesTexts(os) && insertRecord(os, text)) {
-    return os;
+  const auto plain = [text, flags](std::ostream& stream) {
+    const StreamState restored(stream);
+    stream.flags(std::ios_base::fixed | (flags & std::ios_base::left));
+    stream.fill(' ');
+    stream << text;
+  };
+  if (takesTexts(os)) {
+    insertRecord(os, text, plain);
+  } else {
+    plain(os);
   }
-  const StreamState restored(os);
-  os.flags(std::ios_base::fixed | (flags & std::ios_base::left));
-  os.fill(' ');
-  return os << text;
+  return os;
 }

@@ -20,7 +20,6 @@
 namespace {
 
 using qorutil_internal::getEscapedPlainly;
-using qorutil_internal::insertRecord;
 using qorutil_internal::insertText;
 using qorutil_internal::printEscapedPlainly;
 using qorutil_internal::printPrintablePlainly;
@@ -74,6 +73,31 @@ void printEscapedByte(std::ostream& os, char byte) {
   } else {
     const unsigned int value = static_cast<unsigned char>(byte);
     os << "\\x" << std::setw(2) << value;
+  }
+}
+
+// The bytes from `from` to `to`, with the quotes at the ends of the text.
+void printEscapedPart(std::ostream& os, const std::string& text,
+                      std::size_t from, std::size_t to) {
+  if (from == 0) {
+    os << quoteOf(text);
+  }
+  for (; from < to; ++from) {
+    printEscapedByte(os, text[from]);
+  }
+  if (to == text.size()) {
+    os << quoteOf(text);
+  }
+}
+
+// The flags of escaped texts; their fill character is '0'.
+constexpr std::ios_base::fmtflags escapeFlags =
+    std::ios_base::hex | std::ios_base::fixed;
+
+void printShownPart(std::ostream& os, const std::string& text, std::size_t from,
+                    std::size_t to) {
+  for (; from < to; ++from) {
+    os << shownByte(text[from]);
   }
 }
 
@@ -219,19 +243,17 @@ class EscapedPiece {
   std::size_t to;
 };
 
-// False when an insertion fails.
 template <class Write>
-bool printEscapedPieces(std::ostream& os, const std::string& text,
+void printEscapedPieces(std::ostream& os, const std::string& text,
                         Write write) {
   std::size_t from = 0;
   do {
     const EscapedPiece<Write> piece(text, from, write);
-    if (!insertRecord(os, piece.view())) {
-      return false;
-    }
+    insertText(os, piece.view(), [&](std::ostream& stream) {
+      printEscapedPart(stream, text, from, piece.next());
+    });
     from = piece.next();
   } while (from < text.size());
-  return true;
 }
 
 template <class Write>
@@ -280,21 +302,19 @@ class PrintableBytes {
   char shown[256] = {};
 };
 
-// False when an insertion fails.
 template <class Show>
-bool printShown(std::ostream& os, const std::string& text, const Show& show) {
+void printShown(std::ostream& os, const std::string& text, const Show& show) {
   char piece[pieceSize];
   for (std::size_t from = 0; from < text.size();) {
     const std::size_t size = std::min(pieceSize, text.size() - from);
     for (std::size_t i = 0; i < size; ++i) {
       piece[i] = show(text[from + i]);
     }
-    if (!insertText(os, {piece, size})) {
-      return false;
-    }
+    insertText(os, {piece, size}, [&](std::ostream& stream) {
+      printShownPart(stream, text, from, from + size);
+    });
     from += size;
   }
-  return true;
 }
 
 }  // namespace
@@ -303,13 +323,10 @@ namespace qorutil_internal {
 
 std::ostream& printEscapedPlainly(std::ostream& os, const std::string& text) {
   const StreamState restored(os);
-  os.flags(std::ios_base::hex | std::ios_base::fixed);
+  os.flags(escapeFlags);
   os.fill('0');
-  os << quoteOf(text);
-  for (const char byte : text) {
-    printEscapedByte(os, byte);
-  }
-  return os << quoteOf(text);
+  printEscapedPart(os, text, 0, text.size());
+  return os;
 }
 
 std::string getEscapedPlainly(const std::string& text) {
@@ -319,22 +336,21 @@ std::string getEscapedPlainly(const std::string& text) {
 }
 
 std::ostream& printPrintablePlainly(std::ostream& os, const std::string& text) {
-  for (const char byte : text) {
-    os << shownByte(byte);
-  }
+  printShownPart(os, text, 0, text.size());
   return os;
 }
 
 }  // namespace qorutil_internal
 
 std::ostream& printEscaped(std::ostream& os, const std::string& text) {
-  const auto print = [&](auto write) {
-    return printEscapedPieces(os, text, write);
-  };
-  if (takesNumbers(os) && withWriter(text, print)) {
-    return os;
+  if (!takesNumbers(os)) {
+    return printEscapedPlainly(os, text);
   }
-  return printEscapedPlainly(os, text);
+  const StreamState restored(os);
+  os.flags(escapeFlags);
+  os.fill('0');
+  withWriter(text, [&](auto write) { printEscapedPieces(os, text, write); });
+  return os;
 }
 
 // A fresh stream would have the global locale, which may group digits.
@@ -347,10 +363,13 @@ std::string getEscaped(const std::string& text) {
 }
 
 std::ostream& printPrintable(std::ostream& os, const std::string& text) {
-  if (takesTexts(os) && (text.size() < longPrintableText
-                             ? printShown(os, text, shownByte)
-                             : printShown(os, text, PrintableBytes(text)))) {
-    return os;
+  if (!takesTexts(os)) {
+    return printPrintablePlainly(os, text);
   }
-  return printPrintablePlainly(os, text);
+  if (text.size() < longPrintableText) {
+    printShown(os, text, shownByte);
+  } else {
+    printShown(os, text, PrintableBytes(text));
+  }
+  return os;
 }

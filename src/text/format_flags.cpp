@@ -62,17 +62,17 @@ std::ostream& printPlainly(std::ostream& os, std::ios_base::fmtflags flags) {
 
 std::ostream& operator<<(std::ostream& os,
                          const std::ios_base::fmtflags& flags) {
-  if (takesTexts(os)) {
-    LineBuffer line;
-    line.put('(');
-    for (const FlagName& name : flagNames) {
-      if ((flags & name.flag) != 0) {
-        line.put(name.text);
-      }
-    }
-    if (insertRecord(os, line.put(" )").view())) {
-      return os;
+  if (!takesTexts(os)) {
+    return printPlainly(os, flags);
+  }
+  LineBuffer line;
+  line.put('(');
+  for (const FlagName& name : flagNames) {
+    if ((flags & name.flag) != 0) {
+      line.put(name.text);
     }
   }
-  return printPlainly(os, flags);
+  insertRecord(os, line.put(" )").view(),
+               [flags](std::ostream& stream) { printPlainly(stream, flags); });
+  return os;
 }

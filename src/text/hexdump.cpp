@@ -45,8 +45,9 @@ void printLineStart(std::ostream& os, const Dump& dump, std::size_t offset) {
   }
 }
 
-void printBytes(std::ostream& os, const Dump& dump) {
-  for (std::size_t offset = 0; offset < dump.size; ++offset) {
+void printBytes(std::ostream& os, const Dump& dump, std::size_t from,
+                std::size_t to) {
+  for (std::size_t offset = from; offset < to; ++offset) {
     if (offset % dump.bytesPerLine == 0) {
       if (offset != 0) {
         os << '\n';
@@ -85,6 +86,10 @@ constexpr std::size_t longestStart = 24;
 // A longer one leaves a piece no room for bytes.
 constexpr std::size_t longestPrefix = LineBuffer::capacity / 2;
 
+// The flags of a dump; its fill character is '0'.
+constexpr std::ios_base::fmtflags dumpFlags =
+    std::ios_base::internal | std::ios_base::fixed | std::ios_base::hex;
+
 // Fills the piece, but for one character, with what comes from `offset` on;
 // returns the offset behind.
 std::size_t putPart(LineBuffer& piece, const Dump& dump, std::size_t prefixSize,
@@ -118,13 +123,13 @@ void hexdumpPlainly(std::ostream& os, const unsigned char* first,
                     bool endLine) {
   const auto size = static_cast<std::size_t>(last - first);
   const StreamState restored(os);
-  os.flags(std::ios_base::internal | std::ios_base::fixed | std::ios_base::hex);
+  os.flags(dumpFlags);
   os.fill('0');
   if (size == 0) {
     // A null prefix makes the stream bad here.
     os << prefix << ' ' << std::setw(8) << 0 << ':' << std::endl;
   } else {
-    printBytes(os, {first, size, prefix, bytesPerLine, mode});
+    printBytes(os, {first, size, prefix, bytesPerLine, mode}, 0, size);
   }
   if (endLine) {
     os << std::endl;
@@ -147,19 +152,23 @@ void hexdump<const unsigned char*>(std::ostream& os, const unsigned char* first,
   }
   const Dump dump{first, size, prefix, bytesPerLine, mode};
   const StreamState restored(os);
-  os.unsetf(std::ios_base::unitbuf);
-  std::size_t offset = 0;
-  do {
+  os.flags(dumpFlags);
+  os.fill('0');
+  for (std::size_t offset = 0; offset < size;) {
     LineBuffer piece;
-    offset = putPart(piece, dump, prefixSize, offset);
-    if (endLine && offset == size) {
+    const std::size_t end = putPart(piece, dump, prefixSize, offset);
+    const bool lineEnds = endLine && end == size;
+    if (lineEnds) {
       piece.put('\n');
     }
-    if (!insertText(os, piece.view())) {
-      hexdumpPlainly(os, first, last, prefix, bytesPerLine, mode, endLine);
-      return;
-    }
-  } while (offset < size);
+    insertText(os, piece.view(), [&](std::ostream& stream) {
+      printBytes(stream, dump, offset, end);
+      if (lineEnds) {
+        stream.put('\n');
+      }
+    });
+    offset = end;
+  }
   if (endLine) {
     os.flush();
   }

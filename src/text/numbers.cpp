@@ -245,20 +245,26 @@ std::string setBits2list<std::uint64_t>(std::uint64_t bits,
 void printSeparatedList(std::ostream& os,
                         const std::vector<std::pair<bool, const char*>>& list,
                         const char* separator, const char* emptyText) {
+  const auto plain = [&](std::ostream& stream) {
+    printSeparatedListPlainly(stream, list, separator, emptyText);
+  };
   LineBuffer line;
-  if (!takesTexts(os) || !putList(line, list, separator) ||
-      !insertText(os, line.view())) {
-    printSeparatedListPlainly(os, list, separator, emptyText);
+  if (takesTexts(os) && putList(line, list, separator)) {
+    insertText(os, line.view(), plain);
+  } else {
+    plain(os);
   }
 }
 
 void printUnknownEnum(std::ostream& os, int value) {
-  if (takesNumbers(os)) {
-    LineBuffer line;
-    line.put("<unknown: 0x").hexadecimal(static_cast<unsigned int>(value));
-    if (insertRecord(os, line.put('>').view())) {
-      return;
-    }
+  const auto plain = [value](std::ostream& stream) {
+    printUnknownEnumPlainly(stream, value);
+  };
+  if (!takesNumbers(os)) {
+    plain(os);
+    return;
   }
-  printUnknownEnumPlainly(os, value);
+  LineBuffer line;
+  line.put("<unknown: 0x").hexadecimal(static_cast<unsigned int>(value));
+  insertRecord(os, line.put('>').view(), plain);
 }

@@ -14,21 +14,24 @@
 
 namespace {
 
+using qorutil_internal::insertAtOnce;
 using qorutil_internal::insertRecord;
 using qorutil_internal::insertText;
 using qorutil_internal::takesNumbers;
 using qorutil_internal::takesTexts;
 
 // Counts what reaches it.
-class CountingBuffer : public std::stringbuf {
+class CountingBuffer : public std::streambuf {
  public:
+  std::string text;
   int insertions{0};
   int flushes{0};
 
  protected:
   std::streamsize xsputn(const char* from, std::streamsize count) override {
     ++insertions;
-    return std::stringbuf::xsputn(from, count);
+    text.append(from, static_cast<std::size_t>(count));
+    return count;
   }
 
   int sync() override {
@@ -39,6 +42,15 @@ class CountingBuffer : public std::stringbuf {
 
 // Takes nothing.
 class FullBuffer : public std::streambuf {};
+
+// Does not write where all is taken at once.
+void notAsked(std::ostream& /*os*/) {
+  FAIL();
+}
+
+void printTwoPieces(std::ostream& os) {
+  os << std::setw(2) << 'a' << std::setw(3) << 'b';
+}
 
 TEST(Insertion, FreshStreamTakesTextsAndNumbers) {
   const std::ostringstream os;
@@ -67,9 +79,9 @@ TEST(Insertion, OtherLocaleTakesTextsAlone) {
 TEST(Insertion, ReachesTheBufferOnce) {
   CountingBuffer buffer;
   std::ostream os(&buffer);
-  EXPECT_TRUE(insertText(os, "text"));
-  EXPECT_TRUE(insertRecord(os, " and record"));
-  EXPECT_EQ(buffer.str(), "text and record");
+  insertText(os, "text", notAsked);
+  insertRecord(os, " and record", notAsked);
+  EXPECT_EQ(buffer.text, "text and record");
   EXPECT_EQ(buffer.insertions, 2);
   EXPECT_EQ(buffer.flushes, 0);
 }
@@ -78,11 +90,11 @@ TEST(Insertion, OfARecordFlushesNothingOnAUnitBufferedStream) {
   CountingBuffer buffer;
   std::ostream os(&buffer);
   os << std::unitbuf << std::setfill('*');
-  insertRecord(os, "record");
+  insertRecord(os, "record", notAsked);
   EXPECT_EQ(buffer.flushes, 0);
   EXPECT_EQ(os.flags() & std::ios_base::unitbuf, std::ios_base::unitbuf);
   EXPECT_EQ(os.fill(), '*');
-  insertText(os, "text");
+  insertText(os, "text", notAsked);
   EXPECT_EQ(buffer.flushes, 1);
 }
 
@@ -97,10 +109,12 @@ TEST(Insertion, FailureIsTold) {
   FullBuffer buffer;
   std::ostream os(&buffer);
   os << std::unitbuf;
-  EXPECT_FALSE(insertText(os, "ab"));
-  EXPECT_TRUE(os.bad());
+  EXPECT_EQ(insertAtOnce(os, "ab"), 0);
+  EXPECT_EQ(os.rdstate(), std::ios_base::badbit);
   os.clear();
-  EXPECT_FALSE(insertRecord(os, "ab"));
+  insertRecord(os, " a  b", printTwoPieces);
+  EXPECT_EQ(os.rdstate(), std::ios_base::badbit | std::ios_base::failbit);
+  EXPECT_EQ(os.width(), 3);
   EXPECT_EQ(os.flags() & std::ios_base::unitbuf, std::ios_base::unitbuf);
 }
 
@@ -109,7 +123,7 @@ TEST(Insertion, FailureThrowsWhereTheStreamDoes) {
   std::ostream os(&buffer);
   os << std::unitbuf;
   os.exceptions(std::ios_base::badbit);
-  EXPECT_THROW(insertRecord(os, "ab"), std::ios_base::failure);
+  EXPECT_THROW(insertRecord(os, "ab", notAsked), std::ios_base::failure);
   EXPECT_EQ(os.flags() & std::ios_base::unitbuf, std::ios_base::unitbuf);
 }
 

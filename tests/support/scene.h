@@ -37,12 +37,16 @@ std::string anyText(Random& random, std::size_t longest);
 /// stream: of any format, locale, state and exceptions, tied or not, with a
 /// buffer of any step that may fail. Returns nothing where a caller sees the
 /// same of both, and otherwise what is seen.
-///
-/// Where an insertion fails, some of the state may differ: the field width, and
-/// a formatting error, which several insertions note unless the last one is the
-/// one that fails.
 std::string difference(Random& random, const Printer& plain,
                        const Printer& fast);
+
+/// Lets both print to buffers of the standard library that fail, at every place
+/// of what is printed: a file buffer, the one of std::cout with and without a
+/// buffer of its own, and those that take nothing. Returns nothing where the
+/// characters that are held and handed on and the state of the stream are the
+/// same of both, and otherwise what they are.
+std::string differenceWhereBuffersFail(const Printer& plain,
+                                       const Printer& fast);
 
 /// Whether a failure of a buffer that takes whole texts shows in the stream,
 /// and nothing else of it changes.

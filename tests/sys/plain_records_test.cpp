@@ -159,6 +159,34 @@ bool noticesFailureOf(const T& record) {
          noticesFailure([&](std::ostream& os) { os << record; });
 }
 
+template <class T>
+std::string differenceWhereBuffersFailOf(const T& record) {
+  return differenceWhereBuffersFail(
+      [&](std::ostream& os) {
+        for (int i = 0; i < 4; ++i) {
+          printPlainly(os, record);
+        }
+      },
+      [&](std::ostream& os) {
+        for (int i = 0; i < 4; ++i) {
+          os << record;
+        }
+      });
+}
+
+TEST(PlainRecords, BuffersOfTheStandardLibraryFailAlike) {
+  EXPECT_EQ(differenceWhereBuffersFailOf(tm{}), "");
+  EXPECT_EQ(differenceWhereBuffersFailOf(timespec{3661, 5}), "");
+  EXPECT_EQ(differenceWhereBuffersFailOf(printSize(1536)), "");
+  EXPECT_EQ(differenceWhereBuffersFailOf(mq_attr{}), "");
+  can_frame frame{};
+  frame.can_dlc = 8;
+  EXPECT_EQ(differenceWhereBuffersFailOf(frame), "");
+  sigset_t signals;
+  sigfillset(&signals);
+  EXPECT_EQ(differenceWhereBuffersFailOf(signals), "");
+}
+
 TEST(PlainRecords, NoticesABufferThatFails) {
   EXPECT_TRUE(noticesFailureOf(tm{}));
   EXPECT_TRUE(noticesFailureOf(timespec{3661, 5}));

@@ -207,6 +207,59 @@ TEST(PlainText, Lists) {
   }
 }
 
+TEST(PlainText, BuffersOfTheStandardLibraryFailAlike) {
+  for (const std::string& text :
+       {std::string("a"), std::string("\n\x1B\""), std::string(1100, '\n')}) {
+    EXPECT_EQ(differenceWhereBuffersFail(
+                  [&](std::ostream& os) { printEscapedPlainly(os, text); },
+                  [&](std::ostream& os) { printEscaped(os, text); }),
+              "");
+    EXPECT_EQ(differenceWhereBuffersFail(
+                  [&](std::ostream& os) { printPrintablePlainly(os, text); },
+                  [&](std::ostream& os) { printPrintable(os, text); }),
+              "");
+    const auto* first = reinterpret_cast<const unsigned char*>(text.data());
+    const auto* last = first + text.size();
+    EXPECT_EQ(differenceWhereBuffersFail(
+                  [&](std::ostream& os) {
+                    hexdumpPlainly(os, first, last, "rx", 16, HEXDUMP_OFFSET,
+                                   true);
+                  },
+                  [&](std::ostream& os) {
+                    hexdump(os, first, last, "rx", 16, HEXDUMP_OFFSET, true);
+                  }),
+              "");
+  }
+}
+
+TEST(PlainText, BuffersFailAlikeForShortTexts) {
+  const std::vector<std::pair<bool, const char*>> one = {{true, "entry"}};
+  const std::vector<std::pair<bool, const char*>> two = {{true, "a"},
+                                                         {true, "b"}};
+  for (const auto& list : {one, two}) {
+    EXPECT_EQ(differenceWhereBuffersFail(
+                  [&](std::ostream& os) {
+                    printSeparatedListPlainly(os, list, ", ", "none");
+                  },
+                  [&](std::ostream& os) {
+                    printSeparatedList(os, list, ", ", "none");
+                  }),
+              "");
+  }
+  EXPECT_EQ(differenceWhereBuffersFail(
+                [](std::ostream& os) { printBinaryPlainly(os, 5, 64); },
+                [](std::ostream& os) { BinaryBase::print(os, 5, 64); }),
+            "");
+  EXPECT_EQ(differenceWhereBuffersFail(
+                [](std::ostream& os) { printUnknownEnumPlainly(os, 5); },
+                [](std::ostream& os) { printUnknownEnum(os, 5); }),
+            "");
+  EXPECT_EQ(differenceWhereBuffersFail(
+                [](std::ostream& os) { printPlainly(os, os.flags()); },
+                [](std::ostream& os) { os << os.flags(); }),
+            "");
+}
+
 TEST(PlainText, NoticesABufferThatFails) {
   EXPECT_TRUE(
       noticesFailure([](std::ostream& os) { printEscaped(os, "\x1B\n"); }));
