@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstring>
 
 namespace qorutil_internal {
 
@@ -25,8 +26,7 @@ inline constexpr std::array<char, 512> hexPairs = makeHexPairs();
 
 /// Writes the two digits of `byte`; returns where they end.
 inline char* writeHexPair(char* to, unsigned char byte) {
-  to[0] = hexPairs[std::size_t{2} * byte];
-  to[1] = hexPairs[std::size_t{2} * byte + 1];
+  std::memcpy(to, &hexPairs[std::size_t{2} * byte], 2);
   return to + 2;
 }
 

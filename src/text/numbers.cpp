@@ -109,7 +109,9 @@ std::string bitNumbers(std::uint64_t bits, const char* separator) {
     if (bits == 1) {
       return text;
     }
-    out += gap.copy(out, gap.size());
+    for (const char character : gap) {
+      *out++ = character;
+    }
   }
 }
 
