@@ -13,7 +13,9 @@
 
 #include <benchmark/benchmark.h>
 
+#include "app/plain_job.h"
 #include "app/plain_scheduler.h"
+#include "printers.h"
 
 #ifdef HAVE_libuv
 #include <uv.h>
@@ -235,5 +237,18 @@ BENCHMARK(BM_timers_libevent)
     ->Arg(100);
 
 #endif
+
+JobScheduler::Job someJob() {
+  JobScheduler::Job job;
+  job.period = std::chrono::seconds(1);
+  job.next += nanoseconds(12345678901);
+  return job;
+}
+
+const bool added = addPrinter(
+    "Job", [job = someJob()](std::ostream& os) { os << job; },
+    [job = someJob()](std::ostream& os) {
+      qorutil_internal::printPlainly(os, job);
+    });
 
 }  // namespace

@@ -11,14 +11,24 @@
 #include <cstdint>
 #include <limits>
 #include <ostream>
+#include <string_view>
 #include <utility>
 
+#include "app/plain_job.h"
+#include "common/insertion.h"
+#include "common/line_buffer.h"
 #include "common/sleep.h"
+#include "sys/time_of_day.h"
 
 namespace {
 
+using qorutil_internal::insertText;
+using qorutil_internal::LineBuffer;
+using qorutil_internal::printPlainly;
+using qorutil_internal::putTimeOfDay;
 using qorutil_internal::sleepRequest;
 using qorutil_internal::sleepThroughSignals;
+using qorutil_internal::takesNumbers;
 
 using std::chrono::nanoseconds;
 using Clock = std::chrono::steady_clock;
@@ -74,22 +84,43 @@ void sleepUntil(Clock::time_point due) {
   }
 }
 
-void printCount(std::ostream& os, nanoseconds time) {
-  os << time.count();
-  if ((os.flags() & std::ios_base::showbase) != 0) {
-    os << ((os.flags() & std::ios_base::skipws) != 0 ? "ns" : " ns");
+std::string_view unitFor(std::ios_base::fmtflags flags) {
+  if ((flags & std::ios_base::showbase) == 0) {
+    return "";
   }
+  return (flags & std::ios_base::skipws) != 0 ? "ns" : " ns";
 }
 
-void printDueTime(std::ostream& os, nanoseconds time) {
-  if ((os.flags() & std::ios_base::scientific) != 0) {
-    printCount(os, time);
-    return;
+bool isCount(std::ios_base::fmtflags flags) {
+  return (flags & std::ios_base::scientific) != 0;
+}
+
+timespec split(nanoseconds time) {
+  timespec parts{};
+  parts.tv_sec = static_cast<std::time_t>(time.count() / nanosecondsPerSecond);
+  parts.tv_nsec = static_cast<long>(time.count() % nanosecondsPerSecond);
+  return parts;
+}
+
+// Counts as a fresh stream writes them.
+bool isOrdinary(std::ios_base::fmtflags flags) {
+  constexpr auto odd =
+      std::ios_base::hex | std::ios_base::oct | std::ios_base::showpos;
+  return (flags & odd) == 0;
+}
+
+void putJob(LineBuffer& line, const JobScheduler::Job& job,
+            std::ios_base::fmtflags flags, char fill) {
+  const std::string_view unit = unitFor(flags);
+  const nanoseconds due = job.next.time_since_epoch();
+  line.put('(').decimal(job.period.count()).put(unit);
+  line.put(',').decimal(job.offset.count()).put(unit).put(',');
+  if (isCount(flags)) {
+    line.decimal(due.count()).put(unit);
+  } else {
+    putTimeOfDay(line, split(due), fill);
   }
-  timespec split{};
-  split.tv_sec = static_cast<std::time_t>(time.count() / nanosecondsPerSecond);
-  split.tv_nsec = static_cast<long>(time.count() % nanosecondsPerSecond);
-  os << split;
+  line.put(')');
 }
 
 }  // namespace
@@ -304,12 +335,30 @@ void JobScheduler::runBatch(const Clock::time_point& now) {
   }
 }
 
-std::ostream& operator<<(std::ostream& os, const JobScheduler::Job& job) {
-  os << '(';
-  printCount(os, job.period);
-  os << ',';
-  printCount(os, job.offset);
-  os << ',';
-  printDueTime(os, job.next.time_since_epoch());
+namespace qorutil_internal {
+
+std::ostream& printPlainly(std::ostream& os, const JobScheduler::Job& job) {
+  const std::string_view unit = unitFor(os.flags());
+  const nanoseconds due = job.next.time_since_epoch();
+  os << '(' << job.period.count() << unit << ',' << job.offset.count() << unit
+     << ',';
+  if (isCount(os.flags())) {
+    os << due.count() << unit;
+  } else {
+    os << split(due);
+  }
   return os << ')';
+}
+
+}  // namespace qorutil_internal
+
+std::ostream& operator<<(std::ostream& os, const JobScheduler::Job& job) {
+  if (!isOrdinary(os.flags()) || !takesNumbers(os)) {
+    return printPlainly(os, job);
+  }
+  LineBuffer line;
+  putJob(line, job, os.flags(), os.fill());
+  insertText(os, line.view(),
+             [&job](std::ostream& stream) { printPlainly(stream, job); });
+  return os;
 }

@@ -15,6 +15,7 @@
 #include "common/line_buffer.h"
 #include "common/stream_state.h"
 #include "sys/plain_records.h"
+#include "sys/time_of_day.h"
 
 namespace {
 
@@ -83,12 +84,14 @@ std::ostream& printTimeOfDayPlainly(std::ostream& os, std::time_t seconds,
   return os << std::setw(fractionDigits) << fraction;
 }
 
-void putTimeOfDay(LineBuffer& line, std::time_t seconds, char separatorHint) {
+void putTimeOfDay(LineBuffer& line, std::time_t seconds, std::int64_t fraction,
+                  int fractionDigits, char separatorHint) {
   const tm time = utcTime(seconds);
   const char character = separatorFor(separatorHint);
   const std::string_view separator(&character, separatorHint != '\0' ? 1 : 0);
   line.decimal(time.tm_hour, 2).put(separator).decimal(time.tm_min, 2);
-  line.put(separator).decimal(time.tm_sec, 2);
+  line.put(separator).decimal(time.tm_sec, 2).put('.');
+  line.decimal(fraction, static_cast<std::size_t>(fractionDigits));
 }
 
 std::ostream& printTimeOfDay(std::ostream& os, std::time_t seconds,
@@ -101,8 +104,7 @@ std::ostream& printTimeOfDay(std::ostream& os, std::time_t seconds,
     return os;
   }
   LineBuffer line;
-  putTimeOfDay(line, seconds, os.fill());
-  line.put('.').decimal(fraction, static_cast<std::size_t>(fractionDigits));
+  putTimeOfDay(line, seconds, fraction, fractionDigits, os.fill());
   insertRecord(os, line.view(), plain);
   return os;
 }
@@ -119,6 +121,10 @@ void putTime(LineBuffer& line, const tm& time) {
 }  // namespace
 
 namespace qorutil_internal {
+
+void putTimeOfDay(LineBuffer& line, const timespec& time, char separatorHint) {
+  ::putTimeOfDay(line, time.tv_sec, time.tv_nsec, 9, separatorHint);
+}
 
 std::ostream& printPlainly(std::ostream& os, const tm& time) {
   const StreamState restored(os);
