@@ -86,8 +86,7 @@ QORUTIL_EXPORT const char* progname(const char* path);
 /// written by printSize. Flags and locale of `os` are used as they stand, so a
 /// stream in hexadecimal mode gets the plain numbers in hexadecimal, and one
 /// whose locale groups digits gets them grouped;
-/// `os.imbue(std::locale::classic())` prevents the latter. A stream in
-/// `unitbuf` mode is flushed behind every piece.
+/// `os.imbue(std::locale::classic())` prevents the latter.
 ///
 ///     // up=3600 load=65536/0/0 totalram=1GiB freeram=512MiB sharedram=0B
 ///     // bufferram=0B totalswap=0B freeswap=0B procs=7 totalhigh=0B

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstring>
-#include <ostream>
 
 #include <sys/sysinfo.h>
 #include <sys/utsname.h>
@@ -65,21 +64,4 @@ std::uint64_t getFreeRam() {
 const char* progname(const char* path) {
   const char* const slash = std::strrchr(path, '/');
   return slash != nullptr ? slash + 1 : path;
-}
-
-std::ostream& operator<<(std::ostream& os, const struct sysinfo& info) {
-  const auto size = [&info](std::uint64_t units) {
-    return printSize(units * info.mem_unit);
-  };
-  os << "up=" << info.uptime << " load=" << info.loads[0] << '/'
-     << info.loads[1] << '/' << info.loads[2];
-  os << " totalram=" << size(info.totalram) << " freeram=" << size(info.freeram)
-     << " sharedram=" << size(info.sharedram)
-     << " bufferram=" << size(info.bufferram)
-     << " totalswap=" << size(info.totalswap)
-     << " freeswap=" << size(info.freeswap);
-  os << " procs=" << info.procs;
-  os << " totalhigh=" << size(info.totalhigh)
-     << " freehigh=" << size(info.freehigh);
-  return os << " mem_unit=" << info.mem_unit;
 }

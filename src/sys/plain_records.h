@@ -20,6 +20,9 @@ namespace qorutil_internal {
 /// printSize::print().
 std::ostream& printPlainly(std::ostream& os, const printSize& size);
 
+/// The printer of `sysinfo`.
+std::ostream& printPlainly(std::ostream& os, const struct sysinfo& info);
+
 /// The printer of `mq_attr`.
 std::ostream& printPlainly(std::ostream& os, const mq_attr& attr);
 

@@ -2,16 +2,18 @@
 
 #include "qorutil/system.h"
 
-#include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstddef>
 #include <cstring>
 #include <iomanip>
+#include <limits>
 #include <ostream>
 #include <string_view>
 
 #include <linux/can.h>
 #include <mqueue.h>
+#include <sys/sysinfo.h>
 
 #include "common/insertion.h"
 #include "common/line_buffer.h"
@@ -112,6 +114,68 @@ void putQuotient(LineBuffer& line, Quotient number) {
   line.put('.').decimal(number.fraction, number.digits);
 }
 
+void putSize(LineBuffer& line, const std::ostream& os, std::uint64_t bytes) {
+  const unit_t& unit = unitOf(bytes);
+  putQuotient(line, rounded(bytes, unit.shift));
+  if ((os.flags() & std::ios_base::internal) != 0) {
+    line.put(' ');
+  }
+  line.put(unit.suffix);
+}
+
+struct NamedSize {
+  const char* name;
+  std::uint64_t bytes;
+};
+
+struct MemorySizes {
+  std::array<NamedSize, 6> beforeProcs;
+  std::array<NamedSize, 2> behindProcs;
+};
+
+MemorySizes sizesOf(const struct sysinfo& info) {
+  const std::uint64_t unit = info.mem_unit;
+  return {{{{" totalram=", unit * info.totalram},
+            {" freeram=", unit * info.freeram},
+            {" sharedram=", unit * info.sharedram},
+            {" bufferram=", unit * info.bufferram},
+            {" totalswap=", unit * info.totalswap},
+            {" freeswap=", unit * info.freeswap}}},
+          {{{" totalhigh=", unit * info.totalhigh},
+            {" freehigh=", unit * info.freehigh}}}};
+}
+
+// False where a size or a load is not ordinary.
+bool putInfo(LineBuffer& line, const std::ostream& os,
+             const struct sysinfo& info) {
+  bool ordinary = true;
+  const auto putLoad = [&](std::uint64_t load) {
+    ordinary = ordinary && load <= std::numeric_limits<std::int64_t>::max();
+    line.decimal(static_cast<std::int64_t>(load));
+  };
+  const auto putSizes = [&](const auto& sizes) {
+    for (const NamedSize& size : sizes) {
+      ordinary = ordinary && isOrdinary(os, size.bytes);
+      if (ordinary) {
+        line.put(size.name);
+        putSize(line, os, size.bytes);
+      }
+    }
+  };
+  const MemorySizes sizes = sizesOf(info);
+  line.put("up=").decimal(info.uptime).put(" load=");
+  putLoad(info.loads[0]);
+  line.put('/');
+  putLoad(info.loads[1]);
+  line.put('/');
+  putLoad(info.loads[2]);
+  putSizes(sizes.beforeProcs);
+  line.put(" procs=").decimal(info.procs);
+  putSizes(sizes.behindProcs);
+  line.put(" mem_unit=").decimal(info.mem_unit);
+  return ordinary;
+}
+
 constexpr int signalCount = 8 * sizeof(__sigset_t);
 
 bool isMember(const __sigset_t& signals, int number) {
@@ -198,6 +262,22 @@ std::ostream& printPlainly(std::ostream& os, const printSize& size) {
   return os << unit.suffix;
 }
 
+std::ostream& printPlainly(std::ostream& os, const struct sysinfo& info) {
+  const auto printSizes = [&os](const auto& sizes) {
+    for (const NamedSize& size : sizes) {
+      os << size.name;
+      printPlainly(os, printSize(size.bytes));
+    }
+  };
+  const MemorySizes sizes = sizesOf(info);
+  os << "up=" << info.uptime << " load=" << info.loads[0] << '/'
+     << info.loads[1] << '/' << info.loads[2];
+  printSizes(sizes.beforeProcs);
+  os << " procs=" << info.procs;
+  printSizes(sizes.behindProcs);
+  return os << " mem_unit=" << info.mem_unit;
+}
+
 std::ostream& printPlainly(std::ostream& os, const mq_attr& attr) {
   const StreamState restored(os);
   os.flags(std::ios_base::fixed);
@@ -246,17 +326,24 @@ std::ostream& printSize::print(std::ostream& os) const {
     return printPlainly(os, *this);
   }
   LineBuffer line;
-  const unit_t& unit = unitOf(bytes);
-  putQuotient(line, rounded(bytes, unit.shift));
-  if ((os.flags() & std::ios_base::internal) != 0) {
-    line.put(' ');
-  }
-  insertText(os, line.put(unit.suffix).view(), plainWay(*this));
+  putSize(line, os, bytes);
+  insertText(os, line.view(), plainWay(*this));
   return os;
 }
 
 std::ostream& operator<<(std::ostream& os, const printSize& size) {
   return size.print(os);
+}
+
+std::ostream& operator<<(std::ostream& os, const struct sysinfo& info) {
+  constexpr auto otherBase = std::ios_base::hex | std::ios_base::oct;
+  LineBuffer line;
+  if ((os.flags() & otherBase) != 0 || !takesNumbers(os) ||
+      !roundsToNearest() || !putInfo(line, os, info)) {
+    return printPlainly(os, info);
+  }
+  insertText(os, line.view(), plainWay(info));
+  return os;
 }
 
 std::ostream& operator<<(std::ostream& os, const mq_attr& attr) {

@@ -165,7 +165,7 @@ const PrinterCase printers[] = {
      "bufferram=+0.000000E+00B totalswap=+0.000000E+00B "
      "freeswap=+0.000000E+00B procs=0 totalhigh=+0.000000E+00B "
      "freehigh=+0.000000E+00B mem_unit=010",
-     true},
+     false, true},
 };
 
 // Takes `capacity` characters; the next one fails, by the result of overflow()

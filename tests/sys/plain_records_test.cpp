@@ -16,6 +16,7 @@
 
 #include <linux/can.h>
 #include <mqueue.h>
+#include <sys/sysinfo.h>
 
 #include <gtest/gtest.h>
 
@@ -129,6 +130,28 @@ TEST(PlainRecords, KernelRecords) {
       byte = static_cast<unsigned char>(random());
     }
     ASSERT_EQ(differenceOf(random, frame), "");
+  }
+}
+
+TEST(PlainRecords, Sysinfo) {
+  Random random(20);
+  for (int round = 0; round < rounds; ++round) {
+    struct sysinfo info {};
+
+    info.uptime = anySigned<long>(random);
+    for (unsigned long* field :
+         {&info.loads[0], &info.loads[1], &info.loads[2], &info.totalram,
+          &info.freeram, &info.sharedram, &info.bufferram, &info.totalswap,
+          &info.freeswap, &info.totalhigh, &info.freehigh}) {
+      *field = static_cast<unsigned long>(anyNumber(random));
+    }
+    info.procs = static_cast<unsigned short>(random());
+    info.mem_unit = static_cast<unsigned>(anyNumber(random));
+    if (below(random, 2) == 0) {
+      info.mem_unit = 1;
+      info.loads[0] = 65536;
+    }
+    ASSERT_EQ(differenceOf(random, info), "");
   }
 }
 
