@@ -9,7 +9,6 @@
 #include <iomanip>
 #include <limits>
 #include <ostream>
-#include <string_view>
 
 #include <linux/can.h>
 #include <mqueue.h>

@@ -4,7 +4,6 @@
 
 #include "qorutil/exception.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstddef>

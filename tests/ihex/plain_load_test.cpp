@@ -5,7 +5,6 @@
 
 #include "ihex/plain_load.h"
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
