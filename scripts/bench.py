@@ -131,8 +131,8 @@ def ms(times):
             f"({min(times) * 1e3:.1f} to {max(times) * 1e3:.1f})")
 
 
-def roundsNote():
-    return f"Rounds: {options.rounds}"
+def roundsNote(count=None):
+    return f"Rounds: {count or options.rounds}"
 
 
 def callgrind(command):
@@ -195,11 +195,13 @@ def rowsTexts():
     sources = [image(size, order) for order in orders]
     times = rounds([binaryCommand("qorhex", source) for source in sources] +
                    [[program("read_only"), source] for source in sources])
-    rows = [[order, ms(taken), f"{ratio(taken, other):.2f}",
-             f"{ratio(taken, times[0]):.2f}"]
+    rows = [[order, ms(taken), spread(taken, other),
+             spread(taken, times[len(orders)]), spread(taken, times[0])]
             for order, taken, other in zip(orders, times, times[len(orders):])]
     table(f"qorhex --binary on other texts, {sizeText(size)}",
-          ["text", "time", "qorhex / read only", "this text / ordered"], rows)
+          ["text", "time", "qorhex / read only",
+           "qorhex / read only of ordered", "this text / ordered"], rows,
+          roundsNote())
 
 
 def rowsSmall():
@@ -211,10 +213,11 @@ def rowsSmall():
     peers = [peer for peer in PEERS if shutil.which(peer)]
     times = rounds([binaryCommand(name, source) for name in ["qorhex"] + peers],
                    count=5 * options.rounds)
-    rows = [[name, ms(taken), f"{ratio(times[0], taken):.2f}"]
+    rows = [[name, ms(taken), spread(times[0], taken)]
             for name, taken in zip(["qorhex"] + peers, times)]
     table(f"A file of {sizeText(os.path.getsize(source))} of text",
-          ["program", "time", "qorhex / program"], rows)
+          ["program", "time", "qorhex / program"], rows,
+          roundsNote(5 * options.rounds))
 
 
 def rowsListing():
