@@ -6,6 +6,7 @@
 
 #include "reading/names.h"
 
+// NOLINTBEGIN(bugprone-throw-keyword-missing): these are the base class
 Failure::Failure(int error, const std::string& subject)
     : QorException(error, escapeName(subject).c_str()), status(SYSTEM_FAILED) {}
 
@@ -13,6 +14,8 @@ Failure::Failure(exitStatus_t exitStatus, const std::string& subject,
                  const std::string& text)
     : QorException(0, (escapeName(subject) + ": " + text).c_str()),
       status(exitStatus) {}
+
+// NOLINTEND(bugprone-throw-keyword-missing)
 
 void throwSystemError(const std::string& subject) {
   throw Failure(errno, subject);

@@ -54,9 +54,9 @@ bool LongLine::isLost() const {
 lineBody_t LongLine::body() const {
   const std::uint64_t size =
       (strange == nowhere && gap != nowhere ? gap : length) - bodyBegin;
-  return {std::string_view(head).substr(
-              0, static_cast<std::size_t>(
-                     std::min<std::uint64_t>(size, head.size()))),
+  const std::string_view kept = head;
+  return {kept.substr(0, static_cast<std::size_t>(
+                             std::min<std::uint64_t>(size, kept.size()))),
           size, strange == nowhere ? size : strange - bodyBegin};
 }
 

@@ -5,12 +5,14 @@
 #ifndef QORHEX_PROBLEM_H
 #define QORHEX_PROBLEM_H
 
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "reading/failure.h"
 
@@ -55,7 +57,7 @@ using problemSink_t = std::function<void(const problem_t&)>;
 class Refusal : public std::exception {
  public:
   /// Makes the refusal for `reason`.
-  explicit Refusal(const problem_t& reason) : problem(reason) {}
+  explicit Refusal(problem_t reason) : problem(std::move(reason)) {}
 
   const char* what() const noexcept override { return problem.text.c_str(); }
 

@@ -163,7 +163,7 @@ std::size_t decodeRecordReference(const char* text, std::size_t size,
   }
   unsigned seen = 0;
   unsigned sum = 0;
-  unsigned char bytes[frameBytes + maxRecordData];
+  unsigned char bytes[frameBytes + maxRecordData]{};
   for (std::size_t at = 1; at < length; at += 2) {
     const unsigned value = hexByte(text + at);
     seen |= value;

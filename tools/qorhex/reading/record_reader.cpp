@@ -104,7 +104,7 @@ bool RecordReader::next(unsigned char* room, piece_t& piece) {
       step = takeRecord(head, room, piece);
     } else if (text[0] == '\n' && input.left() != 0) {
       ++number;
-      line = {{text, 0}, 0, false, false};
+      line = {};
       input.take(1);
     } else {
       step = readLine(room, piece);
@@ -176,7 +176,8 @@ void RecordReader::wrap(piece_t& piece, const unsigned char* bytes) {
   if (piece.size <= room) {
     return;
   }
-  wrapped = {base, piece.size - room, piece.line, piece.column + 2 * room};
+  wrapped = {base, piece.size - room, piece.line,
+             piece.column + 2 * std::uint64_t{room}};
   std::copy_n(bytes + room, wrapped.size, wrappedBytes);
   piece.size = room;
 }

@@ -31,9 +31,9 @@ class TemporaryFile {
   /// writing; none when that fails, with the reason in `errno`.
   Descriptor create(const std::string& folder, mode_t mode);
 
-  /// Makes the file a second name of the file `path`, beside it. When that
+  /// Makes the file a second name of the file `existing`, beside it. When that
   /// fails, returns false with the reason in `errno`.
-  bool createLink(const std::string& path);
+  bool createLink(const std::string& existing);
 
   /// Removes the file. When that fails, returns false with the reason in
   /// `errno`, and does not try again.
