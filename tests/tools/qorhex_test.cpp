@@ -1610,6 +1610,20 @@ TEST_F(Qorhex, BinaryRefusesASpanBeyondTheLimit) {
                 "--max-size allows for --binary\n");
 }
 
+TEST_F(Qorhex, ASpanBeyondTheLimitNamesStandardInput) {
+  folder.write("fw.hex", sparseText);
+  const auto takeFile = [this] {
+    const int descriptor = open(folder.path("fw.hex").c_str(), O_RDONLY);
+    dup2(descriptor, STDIN_FILENO);
+  };
+  expectRefusal(
+      {"-b", "fw.bin", "-"},
+      "qorhex: <stdin>: the image spans 4294967284 bytes (4GiB) from "
+      "0x00000000 to 0xfffffff3, more than the 268435456 (256MiB) that "
+      "--max-size allows for --binary\n",
+      takeFile);
+}
+
 TEST_F(Qorhex, TheLimitItselfIsAllowed) {
   folder.write("fw.hex",
                dataRecord(0, "a") + dataRecord(0x3FF, "b") + endRecord);

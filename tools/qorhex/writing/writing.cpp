@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "reading/failure.h"
+#include "reading/names.h"
 #include "reading/number_text.h"
 #include "telling/messages.h"
 #include "telling/progress.h"
@@ -55,7 +56,7 @@ std::uint64_t checkSpan(const arguments_t& arguments, const std::string& path,
   const std::uint64_t first = segments.front().address;
   const std::uint64_t size = segments.back().end() - first;
   if (size > arguments.maxSize) {
-    throw Failure(REFUSED, path,
+    throw Failure(REFUSED, nameOf(path),
                   "the image spans " + std::to_string(size) + " bytes (" +
                       sizeText(size) + ") from " +
                       hexText(first, addressDigits) + " to " +
