@@ -17,6 +17,8 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -1577,6 +1579,57 @@ TEST_F(Qorhex, ABadLineOfAPipeIsShown) {
         close(ends[1]);
         dup2(ends[0], STDIN_FILENO);
       });
+}
+
+// Made a controlling terminal, the FILE would answer to /dev/tty as well.
+TEST_F(Qorhex, ATerminalIsReadWithoutBecomingTheControllingOne) {
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  ASSERT_NE(terminal, -1);
+  ASSERT_EQ(grantpt(terminal), 0);
+  ASSERT_EQ(unlockpt(terminal), 0);
+  const std::string name = ptsname(terminal);
+  const int other = open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+  ASSERT_NE(other, -1);
+  // Once for each FILE, so that a failing test does not wait.
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_EQ(write(terminal, sampleText, sizeof sampleText - 1),
+              static_cast<ssize_t>(sizeof sampleText - 1));
+  }
+  const processResult_t result =
+      run({name, "/dev/tty"}, [] { static_cast<void>(setsid()); });
+  EXPECT_EQ(result.err, "qorhex: /dev/tty: No such device or address\n");
+  EXPECT_THAT(result.out, testing::HasSubstr("0x00000100  0x00000103"));
+  EXPECT_EQ(result.status, 4);
+  close(other);
+  close(terminal);
+}
+
+TEST_F(Qorhex, NothingNeedsProc) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer reads /proc";
+#endif
+  constexpr int notAllowed = 77;
+  folder.write("fw.hex", sampleText);
+  folder.write("fw.bin", "old");
+  std::filesystem::create_directory(folder.path("out"));
+  const auto hideProc = [] {
+    if (unshare(CLONE_NEWNS) != 0 ||
+        mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("none", "/proc", "tmpfs", 0, nullptr) != 0) {
+      _exit(notAllowed);
+    }
+    // The loader asks /proc where the program is.
+    setenv("LD_LIBRARY_PATH", QORHEX_LIBRARIES, 1);
+  };
+  const processResult_t result =
+      run({"-b", "fw.bin", "-o", "out", "-x", "fw.hex"}, hideProc);
+  if (result.status == notAllowed) {
+    GTEST_SKIP() << "/proc cannot be hidden here";
+  }
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(folder.read("fw.bin"), "ABCD");
+  EXPECT_EQ(folder.read("out/fw-00000100.bin"), "ABCD");
 }
 
 // ------------------------------------------------------------------ Writing
