@@ -62,7 +62,6 @@ class OutputFile {
 
  private:
   void openDirectly();
-  void openTemporary();
   void flush();
   void takeOverFrom(const struct stat& status);
   bool reachedDisk() const;
