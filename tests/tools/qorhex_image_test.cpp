@@ -182,7 +182,9 @@ TEST(ReadImage, EveryByteKnowsItsPlace) {
           outcome.image.sources.of(static_cast<std::uint32_t>(address));
       ASSERT_EQ(place.line, owner->line) << seed;
       ASSERT_EQ(place.column, 10 + 2 * (address - owner->address)) << seed;
-      ASSERT_EQ(byte, owner->data[address - owner->address]) << seed;
+      ASSERT_EQ(byte, owner->data.at(
+                          static_cast<std::size_t>(address - owner->address)))
+          << seed;
     }
   }
 }
