@@ -132,8 +132,12 @@ binary files.
 -b <file>  --binary=<file> Write the whole image, gaps filled.
 -o <dir>   --output=<dir>  Write every segment to
                            <dir>/<file stem>-<start address>.bin.
+           --range=<range> Take only <first>-<last> or <first>+<size>.
+                           Can be specified more than once.
 -r         --reverse       Reverse each segment before it is written
                            or dumped.
+           --fill=<byte>   Fill gaps under --binary, default=0xff.
+           --pad           Let --binary cover all of the ranges.
            --max-size=<n>  Largest --binary: n, nK, nM, nG,
                            default=256M.
            --force         Accept conflicting bytes.
@@ -181,7 +185,7 @@ TEST_F(Qorhex, TheManualHasTheOptionsOfTheHelpAndNoOthers) {
   const std::vector<std::string> described = optionsIn(manual, "\n.TP\n");
   const std::vector<std::string> listed = optionsIn(run({"--help"}).out, "\n");
   EXPECT_EQ(described, listed);
-  EXPECT_EQ(listed.size(), 11U);
+  EXPECT_EQ(listed.size(), 14U);
 }
 
 struct usageCase_t {
@@ -234,6 +238,25 @@ const usageCase_t usageCases[] = {
     {"MaxSizeTwice",
      {"--max-size=1", "--max-size=1", "a"},
      "qorhex: --max-size is given twice\n"},
+    {"FillTwice",
+     {"--fill=0", "--fill=0", "-b", "x", "a"},
+     "qorhex: --fill is given twice\n"},
+    {"FillBeyondAByte",
+     {"--fill=256", "-b", "x", "a"},
+     "qorhex: --fill: not a number from 0 to 255: '256'\n"},
+    {"FillWithoutBinary", {"--fill=0", "a"}, "qorhex: --fill needs --binary\n"},
+    {"PadWithoutBinary",
+     {"--pad", "--range=0-1", "a"},
+     "qorhex: --pad needs --binary\n"},
+    {"PadWithoutRange",
+     {"--pad", "-b", "x", "a"},
+     "qorhex: --pad needs --range\n"},
+    {"RangeBackwards",
+     {"--range=2-1", "a"},
+     "qorhex: --range: the last address is below the first: '2-1'\n"},
+    {"UnprintableRange",
+     {"--range=\x1b", "a"},
+     "qorhex: --range: not a range; write <first>-<last> or <first>+<size>: '\\x1b'\n"},
     {"StandardInputTwice",
      {"-", "a.hex", "-"},
      "qorhex: the FILE - is given twice\n"},

@@ -15,13 +15,14 @@
 #include <qorutil/options.h>
 
 #include "image/numbers.h"
+#include "image/ranges.h"
 #include "reading/names.h"
 #include "telling/messages.h"
 
 namespace {
 
 // What Options::get() returns for the options without a short form.
-enum longOption_t : int { STRICT = 256, FORCE, MAX_SIZE };
+enum longOption_t : int { STRICT = 256, FORCE, MAX_SIZE, RANGE, FILL, PAD };
 
 constexpr std::uint64_t standardPerLine = 16;
 constexpr std::uint64_t mostPerLine = 4096;
@@ -37,8 +38,13 @@ std::vector<Options::option_t> describeOptions() {
       {'b', "binary", "file", true, "Write the whole image, gaps filled."},
       {'o', "output", "dir", true,
        "Write every segment to\n<dir>/<file stem>-<start address>.bin."},
+      {RANGE, "range", "range", true,
+       "Take only <first>-<last> or <first>+<size>.\n"
+       "Can be specified more than once."},
       {'r', "reverse", nullptr, false,
        "Reverse each segment before it is written\nor dumped."},
+      {FILL, "fill", "byte", true, "Fill gaps under --binary, default=0xff."},
+      {PAD, "pad", nullptr, false, "Let --binary cover all of the ranges."},
       {MAX_SIZE, "max-size", "n", true,
        "Largest --binary: n, nK, nM, nG,\ndefault=256M."},
       {FORCE, "force", nullptr, false, "Accept conflicting bytes."},
@@ -87,6 +93,28 @@ std::uint64_t parseMaxSize(const std::optional<std::uint64_t>& before,
     throw usageError_t{"--max-size: " + reason + quoted(text)};
   }
   return *size;
+}
+
+unsigned char parseFill(const std::optional<unsigned char>& before,
+                        const char* text) {
+  if (before) {
+    throw usageError_t{"--fill is given twice"};
+  }
+  std::string reason;
+  const auto byte = parseNumber(text, 0, 255, reason);
+  if (!byte) {
+    throw usageError_t{"--fill: " + reason + quoted(text)};
+  }
+  return static_cast<unsigned char>(*byte);
+}
+
+range_t parseWanted(const char* text) {
+  std::string reason;
+  const auto range = parseRange(text, reason);
+  if (!range) {
+    throw usageError_t{"--range: " + reason + quoted(text)};
+  }
+  return *range;
 }
 
 exitStatus_t showHelp(const Options& options) {
@@ -167,11 +195,21 @@ std::optional<exitStatus_t> readOptions(int argc, char** argv,
       case MAX_SIZE:
         maxSize = parseMaxSize(maxSize, optarg);
         break;
+      case RANGE:
+        arguments.ranges.push_back(parseWanted(optarg));
+        break;
+      case FILL:
+        arguments.fill = parseFill(arguments.fill, optarg);
+        break;
+      case PAD:
+        arguments.pad = true;
+        break;
       default:
         throwUnknown(known, argv);
     }
   }
   arguments.maxSize = maxSize.value_or(arguments.maxSize);
+  arguments.ranges = uniteRanges(std::move(arguments.ranges));
   return std::nullopt;
 }
 
@@ -216,6 +254,13 @@ void check(const arguments_t& arguments) {
   const std::vector<std::string>& files = arguments.files;
   if (files.empty()) {
     throw usageError_t{"no FILE given"};
+  }
+  if ((arguments.fill || arguments.pad) && !arguments.binaryFile) {
+    throw usageError_t{std::string(arguments.pad ? "--pad" : "--fill") +
+                       " needs --binary"};
+  }
+  if (arguments.pad && arguments.ranges.empty()) {
+    throw usageError_t{"--pad needs --range"};
   }
   if (arguments.binaryFile && files.size() > 1) {
     throw usageError_t{"--binary takes one FILE only"};

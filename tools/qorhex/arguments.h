@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "image/numbers.h"
 #include "reading/failure.h"
 
 /// What the user asks for.
@@ -22,6 +23,12 @@ struct arguments_t {
   std::optional<std::string> binaryFile;
   /// The largest image that goes into `binaryFile`, in bytes.
   std::uint64_t maxSize{256ULL << 20U};
+  /// The parts of the image that are wanted, as a union; empty for all of it.
+  std::vector<range_t> ranges;
+  /// The byte for gaps in `binaryFile`.
+  std::optional<unsigned char> fill;
+  /// Whether `binaryFile` covers all of `ranges`.
+  bool pad{false};
   /// The number of bytes per line of a hex dump, when one is wanted.
   std::optional<std::uint64_t> dumpedPerLine;
   /// Whether each segment is reversed.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <exception>
 #include <iostream>
 #include <new>
@@ -16,10 +17,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <qorutil/intelhex.h>
-
 #include "arguments.h"
 #include "image/image.h"
+#include "image/ranges.h"
 #include "image/segments.h"
 #include "reading/descriptor.h"
 #include "reading/failure.h"
@@ -131,16 +131,31 @@ image_t readFile(const arguments_t& arguments, const std::string& path) {
   return image;
 }
 
+// Reduces the segments of the file `path` to --range.
+void crop(const arguments_t& arguments, const std::string& path,
+          std::vector<segment_t>& segments) {
+  const std::string name = nameOf(path);
+  const std::uint64_t leftOut = cropSegments(segments, arguments.ranges);
+  if (arguments.verbosity > 0) {
+    messageAbout(name) << countText(leftOut, "byte")
+                       << " outside of the ranges left out\n";
+  }
+  if (segments.empty()) {
+    tellOrRefuse(
+        {severity_t::WARNING, name, 0, 0, "no data in the ranges", {}});
+  }
+}
+
 // Lists or dumps the segments of the file `path`.
 void showFile(const arguments_t& arguments, const std::string& path,
-              const IntelHexFile& image) {
+              const SegmentWalk& segments) {
   if (arguments.files.size() > 1) {
     writeOutput(escapeName(nameOf(path)) + ":\n");
   }
   if (arguments.dumpedPerLine) {
-    dumpSegments(image, *arguments.dumpedPerLine);
+    dumpSegments(segments, *arguments.dumpedPerLine);
   } else {
-    listSegments(image);
+    listSegments(segments);
   }
 }
 
@@ -148,14 +163,24 @@ void handleFile(const arguments_t& arguments, const std::string& path,
                 FilesInUse& inUse) {
   const image_t image = readFile(arguments, path);
   const bool writing = arguments.outputFolder || arguments.binaryFile;
+  // A table alone does without all segments at once.
+  std::vector<segment_t> segments;
+  SegmentWalk walk(image.blocks);
+  if (writing || !arguments.ranges.empty()) {
+    segments = joinBlocks(image.blocks);
+    walk = SegmentWalk(segments);
+  }
+  if (!arguments.ranges.empty()) {
+    crop(arguments, path, segments);
+  }
   if (arguments.reverse) {
-    reverseSegments(image.blocks);
+    reverseSegments(walk);
   }
   if (writing) {
-    writeFiles(arguments, path, joinBlocks(image.blocks), inUse);
+    writeFiles(arguments, path, segments, inUse);
   }
   if (!writing || arguments.dumpedPerLine) {
-    showFile(arguments, path, image.blocks);
+    showFile(arguments, path, walk);
   }
 }
 

@@ -35,10 +35,17 @@ void reverseBytes(const std::vector<stretch_t>& stretches) {
 }  // namespace
 
 bool SegmentWalk::next(segment_t& segment) {
+  if (held != nullptr) {
+    if (index == held->size()) {
+      return false;
+    }
+    segment = (*held)[index++];
+    return true;
+  }
   segment.stretches.clear();
   segment.size = 0;
-  for (; block < blocks.getBlockCount(); ++block) {
-    IntelHexFileBlock& part = *blocks[block];
+  for (; index < blocks->getBlockCount(); ++index) {
+    IntelHexFileBlock& part = *(*blocks)[index];
     if (part.data.empty()) {
       continue;
     }
@@ -64,9 +71,8 @@ std::vector<segment_t> joinBlocks(const IntelHexFile& image) {
   return segments;
 }
 
-void reverseSegments(const IntelHexFile& image) {
-  SegmentWalk walk(image);
-  for (segment_t segment{}; walk.next(segment);) {
+void reverseSegments(SegmentWalk segments) {
+  for (segment_t segment{}; segments.next(segment);) {
     reverseBytes(segment.stretches);
   }
 }

@@ -39,27 +39,31 @@ struct segment_t {
 };
 
 /// Walks over the segments of an image one at a time: an image can have more of
-/// them than one wants to hold at once.
+/// them than one wants to hold at once. A copy goes on from the same place.
 class SegmentWalk {
  public:
   /// Begins at the first segment of `image`, whose blocks ascend and do not
   /// overlap.
-  explicit SegmentWalk(const IntelHexFile& image) : blocks(image) {}
+  explicit SegmentWalk(const IntelHexFile& image) : blocks(&image) {}
+
+  /// Begins at the first of `segments`.
+  explicit SegmentWalk(const std::vector<segment_t>& segments)
+      : held(&segments) {}
 
   /// Takes the next segment to `segment`; false behind the last one. It refers
   /// to the bytes of the image's blocks.
   bool next(segment_t& segment);
 
  private:
-  const IntelHexFile& blocks;
-  std::size_t block{0};
+  const IntelHexFile* blocks{nullptr};
+  const std::vector<segment_t>* held{nullptr};
+  std::size_t index{0};
 };
 
 /// Returns all segments of `image`.
 std::vector<segment_t> joinBlocks(const IntelHexFile& image);
 
-/// Reverses the bytes of each segment as one sequence, in the blocks of
-/// `image`.
-void reverseSegments(const IntelHexFile& image);
+/// Reverses the bytes of each of `segments` as one sequence, where they are.
+void reverseSegments(SegmentWalk segments);
 
 #endif  // QORHEX_SEGMENTS_H

@@ -10,7 +10,6 @@
 
 #include <qorutil/formatting.h>
 
-#include "image/segments.h"
 #include "reading/descriptor.h"
 #include "reading/number_text.h"
 #include "telling/messages.h"
@@ -81,11 +80,10 @@ class DumpText {
 
 }  // namespace
 
-void dumpSegments(const IntelHexFile& image, std::uint64_t bytesPerLine) {
+void dumpSegments(SegmentWalk segments, std::uint64_t bytesPerLine) {
   DumpText text(bytesPerLine);
   bool first = true;
-  SegmentWalk walk(image);
-  for (segment_t segment{}; walk.next(segment); first = false) {
+  for (segment_t segment{}; segments.next(segment); first = false) {
     text.startSegment(segment.address, first);
     for (const stretch_t& stretch : segment.stretches) {
       text.add(stretch);

@@ -7,15 +7,15 @@
 
 #include <cstdint>
 
-#include <qorutil/intelhex.h>
+#include "image/segments.h"
 
-/// Writes the bytes of the segments of `image` to standard output,
+/// Writes the bytes of `segments` to standard output,
 /// `bytesPerLine` in a line, behind the image address of the line's first byte.
 /// Every segment begins a line of its own, all but the first behind an empty
 /// line.
 ///
 /// Throws Failure when standard output does not take the text; the rest is then
 /// not made any more.
-void dumpSegments(const IntelHexFile& image, std::uint64_t bytesPerLine);
+void dumpSegments(SegmentWalk segments, std::uint64_t bytesPerLine);
 
 #endif  // QORHEX_DUMP_H

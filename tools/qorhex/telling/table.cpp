@@ -61,14 +61,14 @@ std::string Table::total() const {
   return text + '\n';
 }
 
-void listSegments(const IntelHexFile& image) {
+void listSegments(const SegmentWalk& segments) {
   Table table;
   segment_t segment{};
-  for (SegmentWalk walk(image); walk.next(segment);) {
+  for (SegmentWalk walk = segments; walk.next(segment);) {
     table.measure(segment);
   }
   std::string text = table.heading();
-  for (SegmentWalk walk(image); walk.next(segment);) {
+  for (SegmentWalk walk = segments; walk.next(segment);) {
     table.appendRow(text, segment);
     if (text.size() >= ioPiece) {
       writeOutput(text);

@@ -9,8 +9,6 @@
 #include <cstdint>
 #include <string>
 
-#include <qorutil/intelhex.h>
-
 #include "image/segments.h"
 
 /// The table of segments: a heading, a line for each, the total; sizes in
@@ -41,7 +39,7 @@ class Table {
   std::size_t readableWidth{0};
 };
 
-/// Writes the table of `image` to standard output.
-void listSegments(const IntelHexFile& image);
+/// Writes the table of `segments` to standard output.
+void listSegments(const SegmentWalk& segments);
 
 #endif  // QORHEX_TABLE_H

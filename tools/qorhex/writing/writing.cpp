@@ -16,7 +16,7 @@
 namespace {
 
 constexpr int addressDigits = 8;
-constexpr unsigned char gapFill = 0xFF;
+constexpr unsigned char standardFill = 0xFF;
 
 void appendSegment(OutputFile& out, const segment_t& segment,
                    Progress& progress) {
@@ -34,27 +34,42 @@ void writeSegment(OutputFile& out, const arguments_t& arguments,
   progress.finish();
 }
 
+// Addresses up to, not including, `end`.
+struct span_t {
+  std::uint64_t first;
+  std::uint64_t end;
+};
+
 void writeImage(OutputFile& out, const arguments_t& arguments,
-                const std::vector<segment_t>& segments, std::uint64_t size) {
-  Progress progress(arguments.progress, out.target().name, "written", size);
-  std::uint64_t end = segments.empty() ? 0 : segments.front().address;
+                const std::vector<segment_t>& segments, const span_t& span) {
+  Progress progress(arguments.progress, out.target().name, "written",
+                    span.end - span.first);
+  const unsigned char fill = arguments.fill.value_or(standardFill);
+  std::uint64_t end = span.first;
+  const auto fillUpTo = [&](std::uint64_t address) {
+    out.appendFill(address - end, fill);
+    progress.advance(address - end);
+  };
   for (const segment_t& segment : segments) {
-    out.appendFill(segment.address - end, gapFill);
-    progress.advance(segment.address - end);
+    fillUpTo(segment.address);
     appendSegment(out, segment, progress);
     end = segment.end();
   }
+  fillUpTo(span.end);
   progress.finish();
 }
 
-// The bytes from the first address to the last; refused beyond --max-size.
-std::uint64_t checkSpan(const arguments_t& arguments, const std::string& path,
-                        const std::vector<segment_t>& segments) {
-  if (segments.empty()) {
-    return 0;
+// What --binary covers; refused beyond --max-size.
+span_t checkSpan(const arguments_t& arguments, const std::string& path,
+                 const std::vector<segment_t>& segments) {
+  span_t span{0, 0};
+  if (arguments.pad) {
+    span = {arguments.ranges.front().first, arguments.ranges.back().last + 1};
+  } else if (!segments.empty()) {
+    span = {segments.front().address, segments.back().end()};
   }
-  const std::uint64_t first = segments.front().address;
-  const std::uint64_t size = segments.back().end() - first;
+  const std::uint64_t first = span.first;
+  const std::uint64_t size = span.end - first;
   if (size > arguments.maxSize) {
     throw Failure(REFUSED, nameOf(path),
                   "the image spans " + std::to_string(size) + " bytes (" +
@@ -65,7 +80,7 @@ std::uint64_t checkSpan(const arguments_t& arguments, const std::string& path,
                       " (" + sizeText(arguments.maxSize) +
                       ") that --max-size allows for --binary");
   }
-  return size;
+  return span;
 }
 
 std::string segmentFileName(const std::string& folder, const std::string& path,
@@ -87,9 +102,9 @@ void writeFiles(const arguments_t& arguments, const std::string& path,
     }
   }
   if (arguments.binaryFile) {
-    const std::uint64_t size = checkSpan(arguments, path, segments);
-    outputs.add(*arguments.binaryFile, [&, size](OutputFile& out) {
-      writeImage(out, arguments, segments, size);
+    const span_t span = checkSpan(arguments, path, segments);
+    outputs.add(*arguments.binaryFile, [&, span](OutputFile& out) {
+      writeImage(out, arguments, segments, span);
     });
   }
   outputs.write(inUse);
