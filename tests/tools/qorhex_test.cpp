@@ -132,6 +132,7 @@ binary files.
 -b <file>  --binary=<file> Write the whole image, gaps filled.
 -o <dir>   --output=<dir>  Write every segment to
                            <dir>/<file stem>-<start address>.bin.
+           --ihex=<file>   Write the image as Intel HEX.
            --range=<range> Take only <first>-<last> or <first>+<size>.
                            Can be specified more than once.
 -r         --reverse       Reverse each segment before it is written
@@ -185,7 +186,7 @@ TEST_F(Qorhex, TheManualHasTheOptionsOfTheHelpAndNoOthers) {
   const std::vector<std::string> described = optionsIn(manual, "\n.TP\n");
   const std::vector<std::string> listed = optionsIn(run({"--help"}).out, "\n");
   EXPECT_EQ(described, listed);
-  EXPECT_EQ(listed.size(), 14U);
+  EXPECT_EQ(listed.size(), 15U);
 }
 
 struct usageCase_t {
@@ -257,6 +258,18 @@ const usageCase_t usageCases[] = {
     {"UnprintableRange",
      {"--range=\x1b", "a"},
      "qorhex: --range: not a range; write <first>-<last> or <first>+<size>: '\\x1b'\n"},
+    {"HexTwice",
+     {"--ihex=x", "--ihex=x", "a"},
+     "qorhex: --ihex is given twice\n"},
+    {"HexOfTwoFiles",
+     {"--ihex=x", "a.hex", "b.hex"},
+     "qorhex: --ihex takes one FILE only\n"},
+    {"DumpBesideTheHex",
+     {"--ihex=-", "-x", "a.hex"},
+     "qorhex: --ihex=- and --hexdump both want standard output\n"},
+    {"TwoOutputsToStandardOutput",
+     {"-b-", "--ihex=-", "a.hex"},
+     "qorhex: --binary=- and --ihex=- both want standard output\n"},
     {"StandardInputTwice",
      {"-", "a.hex", "-"},
      "qorhex: the FILE - is given twice\n"},

@@ -22,7 +22,15 @@
 namespace {
 
 // What Options::get() returns for the options without a short form.
-enum longOption_t : int { STRICT = 256, FORCE, MAX_SIZE, RANGE, FILL, PAD };
+enum longOption_t : int {
+  STRICT = 256,
+  FORCE,
+  MAX_SIZE,
+  RANGE,
+  FILL,
+  PAD,
+  IHEX
+};
 
 constexpr std::uint64_t standardPerLine = 16;
 constexpr std::uint64_t mostPerLine = 4096;
@@ -38,6 +46,7 @@ std::vector<Options::option_t> describeOptions() {
       {'b', "binary", "file", true, "Write the whole image, gaps filled."},
       {'o', "output", "dir", true,
        "Write every segment to\n<dir>/<file stem>-<start address>.bin."},
+      {IHEX, "ihex", "file", true, "Write the image as Intel HEX."},
       {RANGE, "range", "range", true,
        "Take only <first>-<last> or <first>+<size>.\n"
        "Can be specified more than once."},
@@ -180,6 +189,9 @@ std::optional<exitStatus_t> readOptions(int argc, char** argv,
       case 'b':
         setOnce(arguments.binaryFile, "--binary", optarg);
         break;
+      case IHEX:
+        setOnce(arguments.hexFile, "--ihex", optarg);
+        break;
       case 'r':
         arguments.reverse = true;
         break;
@@ -250,6 +262,32 @@ void checkStems(const std::vector<std::string>& files) {
   }
 }
 
+// The outputs that take one image only, by the names of their options.
+std::vector<std::pair<const char*, const std::optional<std::string>*>>
+singleOutputs(const arguments_t& arguments) {
+  return {{"--binary", &arguments.binaryFile}, {"--ihex", &arguments.hexFile}};
+}
+
+// Standard output takes one thing.
+void checkStandardOutput(const arguments_t& arguments) {
+  std::string user;
+  const auto use = [&user](const std::string& option) {
+    if (!user.empty()) {
+      throw usageError_t{user + " and " + option +
+                         " both want standard output"};
+    }
+    user = option;
+  };
+  for (const auto& [option, path] : singleOutputs(arguments)) {
+    if (*path == "-") {
+      use(option + std::string("=-"));
+    }
+  }
+  if (arguments.dumpedPerLine) {
+    use("--hexdump");
+  }
+}
+
 void check(const arguments_t& arguments) {
   const std::vector<std::string>& files = arguments.files;
   if (files.empty()) {
@@ -262,12 +300,12 @@ void check(const arguments_t& arguments) {
   if (arguments.pad && arguments.ranges.empty()) {
     throw usageError_t{"--pad needs --range"};
   }
-  if (arguments.binaryFile && files.size() > 1) {
-    throw usageError_t{"--binary takes one FILE only"};
+  for (const auto& [option, path] : singleOutputs(arguments)) {
+    if (*path && files.size() > 1) {
+      throw usageError_t{option + std::string(" takes one FILE only")};
+    }
   }
-  if (arguments.binaryFile == "-" && arguments.dumpedPerLine) {
-    throw usageError_t{"--binary=- and --hexdump both want standard output"};
-  }
+  checkStandardOutput(arguments);
   if (arguments.outputFolder == "-") {
     throw usageError_t{"--output takes a folder, not standard output"};
   }

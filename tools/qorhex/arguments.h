@@ -21,6 +21,8 @@ struct arguments_t {
   std::optional<std::string> outputFolder;
   /// The file for the whole image.
   std::optional<std::string> binaryFile;
+  /// The file for the image as Intel HEX.
+  std::optional<std::string> hexFile;
   /// The largest image that goes into `binaryFile`, in bytes.
   std::uint64_t maxSize{256ULL << 20U};
   /// The parts of the image that are wanted, as a union; empty for all of it.
@@ -41,6 +43,9 @@ struct arguments_t {
   bool progress{false};
   /// How often --verbose was given.
   int verbosity{0};
+
+  /// Tells whether anything is written.
+  bool isWriting() const { return outputFolder || binaryFile || hexFile; }
 };
 
 /// Reads the command line into `arguments`. Returns the status to exit with,

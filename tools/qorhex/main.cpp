@@ -93,7 +93,8 @@ bool isStandardOutput(const std::string& path) {
 }
 
 image_t readStrictly(const arguments_t& arguments, const std::string& path) {
-  if (arguments.binaryFile && isStandardOutput(*arguments.binaryFile)) {
+  if ((arguments.binaryFile && isStandardOutput(*arguments.binaryFile)) ||
+      (arguments.hexFile && isStandardOutput(*arguments.hexFile))) {
     const OutputDiverted diverted;
     return loadImage(path);
   }
@@ -162,7 +163,7 @@ void showFile(const arguments_t& arguments, const std::string& path,
 void handleFile(const arguments_t& arguments, const std::string& path,
                 FilesInUse& inUse) {
   const image_t image = readFile(arguments, path);
-  const bool writing = arguments.outputFolder || arguments.binaryFile;
+  const bool writing = arguments.isWriting();
   // A table alone does without all segments at once.
   std::vector<segment_t> segments;
   SegmentWalk walk(image.blocks);
@@ -177,7 +178,7 @@ void handleFile(const arguments_t& arguments, const std::string& path,
     reverseSegments(walk);
   }
   if (writing) {
-    writeFiles(arguments, path, segments, inUse);
+    writeFiles(arguments, path, segments, image.startAddresses, inUse);
   }
   if (!writing || arguments.dumpedPerLine) {
     showFile(arguments, path, walk);

@@ -2,6 +2,7 @@
 
 #include "writing/writing.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "reading/number_text.h"
 #include "telling/messages.h"
 #include "telling/progress.h"
+#include "writing/hex_text.h"
 #include "writing/output.h"
 #include "writing/output_set.h"
 
@@ -59,6 +61,20 @@ void writeImage(OutputFile& out, const arguments_t& arguments,
   progress.finish();
 }
 
+void writeHex(OutputFile& out, const arguments_t& arguments,
+              const std::vector<segment_t>& segments,
+              const std::vector<startAddress_t>& starts) {
+  Progress progress(arguments.progress, out.target().name, "written", 0);
+  std::vector<startRecord_t> records;
+  for (const startAddress_t& start : starts) {
+    records.push_back({start.type, start.value});
+  }
+  writeHexText(segments, records, [&out](const char* text, std::size_t size) {
+    out.append(reinterpret_cast<const unsigned char*>(text), size);
+  });
+  progress.finish();
+}
+
 // What --binary covers; refused beyond --max-size.
 span_t checkSpan(const arguments_t& arguments, const std::string& path,
                  const std::vector<segment_t>& segments) {
@@ -92,7 +108,8 @@ std::string segmentFileName(const std::string& folder, const std::string& path,
 }  // namespace
 
 void writeFiles(const arguments_t& arguments, const std::string& path,
-                const std::vector<segment_t>& segments, FilesInUse& inUse) {
+                const std::vector<segment_t>& segments,
+                const std::vector<startAddress_t>& starts, FilesInUse& inUse) {
   OutputSet outputs;
   if (arguments.outputFolder) {
     for (const segment_t& segment : segments) {
@@ -105,6 +122,11 @@ void writeFiles(const arguments_t& arguments, const std::string& path,
     const span_t span = checkSpan(arguments, path, segments);
     outputs.add(*arguments.binaryFile, [&, span](OutputFile& out) {
       writeImage(out, arguments, segments, span);
+    });
+  }
+  if (arguments.hexFile) {
+    outputs.add(*arguments.hexFile, [&](OutputFile& out) {
+      writeHex(out, arguments, segments, starts);
     });
   }
   outputs.write(inUse);

@@ -10,13 +10,16 @@
 
 #include "arguments.h"
 #include "image/segments.h"
+#include "reading/record_reader.h"
 #include "writing/target.h"
 
-/// Writes the files that `arguments` ask for, for the HEX file `path`, and
-/// takes them down in `inUse`, none of whose files is written to.
+/// Writes the files that `arguments` ask for, for the HEX file `path` with its
+/// `segments` and start addresses `starts`, and takes them down in `inUse`,
+/// none of whose files is written to.
 ///
 /// Throws QorException; what that leaves stands at OutputSet::write().
 void writeFiles(const arguments_t& arguments, const std::string& path,
-                const std::vector<segment_t>& segments, FilesInUse& inUse);
+                const std::vector<segment_t>& segments,
+                const std::vector<startAddress_t>& starts, FilesInUse& inUse);
 
 #endif  // QORHEX_WRITING_H
