@@ -62,7 +62,8 @@ std::string imageOf(int number) {
   IntelHexFile::hexfileline_t line;
   line.count = static_cast<unsigned>(number);
   line.address = static_cast<std::uint16_t>(number);
-  line.data.assign(line.count, static_cast<unsigned char>(number));
+  line.data.assign(static_cast<std::size_t>(line.count),
+                   static_cast<unsigned char>(number));
   const std::set<IntelHexFile::hexfileline_t> lines{line};
   image.createNewBlock(lines.begin(), lines.end());
   std::ostringstream os;
