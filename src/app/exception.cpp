@@ -19,8 +19,7 @@ QorException::QorException(int errnum, const char* text) noexcept
 
 // The text that what() has returned stays with the object that returned it.
 QorException::QorException(QorException&& other) noexcept
-    : std::exception(other),
-      std::ostringstream(std::move(static_cast<std::ostringstream&>(other))),
+    : std::ostringstream(std::move(static_cast<std::ostringstream&>(other))),
       errorNumber(other.errorNumber) {}
 
 QorException::~QorException() = default;

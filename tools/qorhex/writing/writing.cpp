@@ -66,6 +66,7 @@ void writeHex(OutputFile& out, const arguments_t& arguments,
               const std::vector<startAddress_t>& starts) {
   Progress progress(arguments.progress, out.target().name, "written", 0);
   std::vector<startRecord_t> records;
+  records.reserve(starts.size());
   for (const startAddress_t& start : starts) {
     records.push_back({start.type, start.value});
   }
