@@ -94,7 +94,7 @@ END
     -isystem /usr/include/c++/$compiler/backward \
     -isystem /usr/include/${architecture%gnu}musl \
     -isystem $(g++ -print-file-name=include) -isystem $folder/include \
-    -include glibc_names.h -Iinclude -Isrc -Itools \
+    -include glibc_names.h -Iinclude -Isrc -Itools/qorhex \
     -DQORHEX_VERSION='\"0\"' -D_FILE_OFFSET_BITS=64 {}"
   missing=$(LC_ALL=C comm -23 <(names --undefined-only $folder/*.o) \
     <({

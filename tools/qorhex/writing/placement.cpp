@@ -6,7 +6,24 @@
 #include <cstdio>
 
 #include <fcntl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+
+// musl came to renameat2() late; the kernel's call is the same.
+#ifndef RENAME_NOREPLACE
+#define RENAME_NOREPLACE 1U
+#define RENAME_EXCHANGE 2U
+
+namespace {
+
+int renameat2(int oldFolder, const char* oldPath, int newFolder,
+              const char* newPath, unsigned flags) {
+  return static_cast<int>(
+      syscall(SYS_renameat2, oldFolder, oldPath, newFolder, newPath, flags));
+}
+
+}  // namespace
+#endif
 
 namespace {
 
