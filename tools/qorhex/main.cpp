@@ -21,6 +21,7 @@
 #include "image/image.h"
 #include "image/ranges.h"
 #include "image/segments.h"
+#include "outputs.h"
 #include "reading/descriptor.h"
 #include "reading/failure.h"
 #include "reading/names.h"
@@ -32,7 +33,6 @@
 #include "telling/progress.h"
 #include "telling/table.h"
 #include "writing/temporary.h"
-#include "writing/writing.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "writing/writing.h"
+#include "outputs.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +11,7 @@
 #include "reading/number_text.h"
 #include "telling/messages.h"
 #include "telling/progress.h"
+#include "writing/binary.h"
 #include "writing/hex_text.h"
 #include "writing/output.h"
 #include "writing/output_set.h"
@@ -20,51 +21,34 @@ namespace {
 constexpr int addressDigits = 8;
 constexpr unsigned char standardFill = 0xFF;
 
-void appendSegment(OutputFile& out, const segment_t& segment,
-                   Progress& progress) {
-  for (const stretch_t& stretch : segment.stretches) {
-    out.append(stretch.data, stretch.size);
-    progress.advance(stretch.size);
-  }
-}
+// Tells the progress of writing `size` bytes to `out`.
+class WritingProgress : public Progress {
+ public:
+  WritingProgress(const arguments_t& arguments, const OutputFile& out,
+                  std::uint64_t size)
+      : Progress(arguments.progress, out.target().name, "written", size) {}
+};
 
-void writeSegment(OutputFile& out, const arguments_t& arguments,
-                  const segment_t& segment) {
-  Progress progress(arguments.progress, out.target().name, "written",
-                    segment.size);
-  appendSegment(out, segment, progress);
+void writeSegmentFile(OutputFile& out, const arguments_t& arguments,
+                      const segment_t& segment) {
+  WritingProgress progress(arguments, out, segment.size);
+  writeSegment(out, segment,
+               [&progress](std::uint64_t count) { progress.advance(count); });
   progress.finish();
 }
 
-// Addresses up to, not including, `end`.
-struct span_t {
-  std::uint64_t first;
-  std::uint64_t end;
-};
-
-void writeImage(OutputFile& out, const arguments_t& arguments,
-                const std::vector<segment_t>& segments, const span_t& span) {
-  Progress progress(arguments.progress, out.target().name, "written",
-                    span.end - span.first);
-  const unsigned char fill = arguments.fill.value_or(standardFill);
-  std::uint64_t end = span.first;
-  const auto fillUpTo = [&](std::uint64_t address) {
-    out.appendFill(address - end, fill);
-    progress.advance(address - end);
-  };
-  for (const segment_t& segment : segments) {
-    fillUpTo(segment.address);
-    appendSegment(out, segment, progress);
-    end = segment.end();
-  }
-  fillUpTo(span.end);
+void writeBinary(OutputFile& out, const arguments_t& arguments,
+                 const std::vector<segment_t>& segments, const span_t& span) {
+  WritingProgress progress(arguments, out, span.size());
+  writeSpan(out, segments, span, arguments.fill.value_or(standardFill),
+            [&progress](std::uint64_t count) { progress.advance(count); });
   progress.finish();
 }
 
 void writeHex(OutputFile& out, const arguments_t& arguments,
               const std::vector<segment_t>& segments,
               const std::vector<startAddress_t>& starts) {
-  Progress progress(arguments.progress, out.target().name, "written", 0);
+  WritingProgress progress(arguments, out, 0);
   std::vector<startRecord_t> records;
   records.reserve(starts.size());
   for (const startAddress_t& start : starts) {
@@ -86,7 +70,7 @@ span_t checkSpan(const arguments_t& arguments, const std::string& path,
     span = {segments.front().address, segments.back().end()};
   }
   const std::uint64_t first = span.first;
-  const std::uint64_t size = span.end - first;
+  const std::uint64_t size = span.size();
   if (size > arguments.maxSize) {
     throw Failure(REFUSED, nameOf(path),
                   "the image spans " + std::to_string(size) + " bytes (" +
@@ -116,13 +100,13 @@ void writeFiles(const arguments_t& arguments, const std::string& path,
     for (const segment_t& segment : segments) {
       outputs.add(
           segmentFileName(*arguments.outputFolder, path, segment),
-          [&](OutputFile& out) { writeSegment(out, arguments, segment); });
+          [&](OutputFile& out) { writeSegmentFile(out, arguments, segment); });
     }
   }
   if (arguments.binaryFile) {
     const span_t span = checkSpan(arguments, path, segments);
     outputs.add(*arguments.binaryFile, [&, span](OutputFile& out) {
-      writeImage(out, arguments, segments, span);
+      writeBinary(out, arguments, segments, span);
     });
   }
   if (arguments.hexFile) {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// The files that the tool writes.
+// The files that a command line asks for.
 
-#ifndef QORHEX_WRITING_H
-#define QORHEX_WRITING_H
+#ifndef QORHEX_OUTPUTS_H
+#define QORHEX_OUTPUTS_H
 
 #include <string>
 #include <vector>
@@ -22,4 +22,4 @@ void writeFiles(const arguments_t& arguments, const std::string& path,
                 const std::vector<segment_t>& segments,
                 const std::vector<startAddress_t>& starts, FilesInUse& inUse);
 
-#endif  // QORHEX_WRITING_H
+#endif  // QORHEX_OUTPUTS_H
