@@ -1,0 +1,3 @@
+// SPDX-License-Identifier: MIT
+//
+// Nothing: the headers of this unit are compiled for all tests.
