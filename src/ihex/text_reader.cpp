@@ -16,11 +16,20 @@ namespace {
 // enough for the second-level cache.
 constexpr std::size_t pieceSize = std::size_t{128} << 10;
 
+// No path is no file. The system would say so; to libc it is undefined.
+int openText(const char* path) {
+  if (path == nullptr) {
+    errno = EFAULT;
+    return -1;
+  }
+  return ::open(path, O_RDONLY | O_LARGEFILE | O_CLOEXEC);
+}
+
 }  // namespace
 
 TextReader::TextReader(const char* path)
     : buffer(new char[pieceSize + 2 * lookAhead]),
-      descriptor(::open(path, O_RDONLY | O_LARGEFILE | O_CLOEXEC)),
+      descriptor(openText(path)),
       cursor(buffer.get()),
       end(buffer.get()) {}
 

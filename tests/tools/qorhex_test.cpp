@@ -29,6 +29,7 @@
 
 #include "support/hexrecord.h"
 #include "support/process.h"
+#include "support/sanitizers.h"
 
 namespace {
 
@@ -740,7 +741,7 @@ TEST_F(Qorhex, DumpEndsAtTheFirstPieceThatFails) {
 }
 
 TEST_F(Qorhex, DumpIsNotHeldInMemory) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef QORUTIL_ADDRESS_SANITIZER
   GTEST_SKIP() << "the sanitizer holds back what was freed";
 #endif
   constexpr unsigned size = 0x80000;
@@ -983,7 +984,7 @@ TEST_F(Qorhex, LinesBehindALongOneKeepTheirNumbers) {
 }
 
 TEST_F(Qorhex, ALongLineTakesNoMemory) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef QORUTIL_ADDRESS_SANITIZER
   GTEST_SKIP() << "the sanitizer needs memory of its own";
 #endif
   folder.write("fw.hex", good + endRecord);
@@ -1641,7 +1642,7 @@ TEST_F(Qorhex, ATerminalIsReadWithoutBecomingTheControllingOne) {
 }
 
 TEST_F(Qorhex, NothingNeedsProc) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef QORUTIL_ADDRESS_SANITIZER
   GTEST_SKIP() << "the sanitizer reads /proc";
 #endif
   constexpr int notAllowed = 77;
@@ -1797,7 +1798,7 @@ TEST_F(Qorhex, ManySegmentsAreListed) {
 }
 
 TEST_F(Qorhex, AListingThatMemoryDoesNotHoldIsAnError) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef QORUTIL_ADDRESS_SANITIZER
   GTEST_SKIP() << "the sanitizer needs more address space than the limits";
 #endif
   std::string text;
