@@ -7,6 +7,7 @@
 #     lto       with link-time optimisation the library exports the interface alone
 #     o3        the same with -O3
 #     fuzz      the same with the flags of the fuzz targets
+#     clang     neither the shared nor the static library of clang++ has other names
 #     same      qorhex is the same, byte by byte, from two folders
 #     musl      library and qorhex compile with the headers of musl, and need no
 #               name that neither musl nor the compiler's libraries have
@@ -28,15 +29,18 @@ build() {
   cmake --build "build/check/$name" --target "$target"
 }
 
-# The exports of a library built with these settings are the interface.
+# The exports of a library built with these settings are the interface; `tests`
+# are those of the installed library that say so.
 checkExports() {
   local name=$1
   shift
   scripts/packages.sh libgtest-dev libgmock-dev
   build "$name" qorutil -DQORUTIL_BUILD_TOOLS=OFF -DQORUTIL_BUILD_TESTS=ON "$@"
   ctest --test-dir "build/check/$name" --output-on-failure --no-tests=error \
-    -R '^consumer\.(install|symbols)$'
+    -R "^consumer\.($tests)\$"
 }
+
+tests='install|symbols'
 
 checkLto() {
   checkExports lto -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON
@@ -49,6 +53,12 @@ checkO3() {
 checkFuzz() {
   scripts/packages.sh clang
   checkExports fuzz --preset fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo
+}
+
+checkClang() {
+  scripts/packages.sh clang
+  local tests="$tests|subproject|installStatic|archiveNames"
+  checkExports clang -DCMAKE_CXX_COMPILER=clang++
 }
 
 # Without a compiler cache, which would give the second folder what the first made.
@@ -147,13 +157,13 @@ checkPkgconfig() {
 }
 
 if [[ $# == 0 ]]; then
-  set -- lto o3 fuzz same musl pkgconfig
+  set -- lto o3 fuzz clang same musl pkgconfig
 fi
 scripts/packages.sh g++ cmake ninja-build
 for check in "$@"; do
   say "Checking: $check"
   case $check in
-    lto | o3 | fuzz | same | musl | pkgconfig) "check${check^}" ;;
+    lto | o3 | fuzz | clang | same | musl | pkgconfig) "check${check^}" ;;
     *) fail "there is no check $check" ;;
   esac
 done

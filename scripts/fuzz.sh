@@ -13,7 +13,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 seconds=${1:-60}
 [[ $# -le 1 && $seconds =~ ^[1-9][0-9]*$ ]] || fail "usage: $0 [SECONDS]"
 
-scripts/packages.sh clang cmake ninja-build "libclang-rt-14-dev"
+scripts/packages.sh clang cmake ninja-build libclang-rt-dev
 prepareBuild fuzz
 say "Building in build/fuzz"
 cmake --preset fuzz

@@ -21,6 +21,7 @@ done
 packagesFor() {
   case $1 in
     clang) echo clang ;;
+    clang-asan) echo clang libclang-rt-dev ;;
     m32) echo "g++-$(g++ -dumpversion)-multilib googletest" ;;
     armhf | armhf-time64) echo g++-arm-linux-gnueabihf qemu-user googletest ;;
     arm64) echo g++-aarch64-linux-gnu qemu-user googletest ;;

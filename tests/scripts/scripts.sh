@@ -82,7 +82,7 @@ arguments() {
     [ -s "$out" ] || fail "$script --help: prints nothing"
     expectCalls ""
   done
-  presets="dev clang release asan tsan static unsigned-char m32 armhf armhf-time64 arm64"
+  presets="dev clang release asan clang-asan tsan static unsigned-char m32 armhf armhf-time64 arm64"
   refuses "test.sh: no preset \"nosuch\"; there are: $presets" \
     "$root/scripts/test.sh" dev nosuch
   refuses 'demo.sh: takes no arguments, not "more"; see --help' \
@@ -162,7 +162,7 @@ ci() {
         echo "#!/bin/sh"
         echo "echo $script \"\$@\" >>'$log'"
         # shellcheck disable=SC2016 # that script expands them
-        echo 'test "${1-}" != clang && test "${0##*/}" != demo.sh'
+        echo 'test "${1-}" != clang-asan && test "${0##*/}" != demo.sh'
       } >"$work/project/$script"
       chmod +x "$work/project/$script"
     done
@@ -171,12 +171,12 @@ ci() {
   sed 's/ *$//' "$log" | cmp - "$work/all" || fail "not all steps"
   sed -n '/## Summary/,$p' "$out" | grep FAILED | sed 's/.* //' >"$work/failed"
   [ "$(cat "$work/failed")" = "demo
-clang" ] || fail "the summary names other failures"
+clang-asan" ] || fail "the summary names other failures"
 
   run 0 "$work/project/.ci/run" --only bench
   expectCalls "scripts/bench.sh --quick"
-  run 1 "$work/project/.ci/run" --only clang
-  expectCalls "scripts/test.sh clang"
+  run 1 "$work/project/.ci/run" --only clang-asan
+  expectCalls "scripts/test.sh clang-asan"
   run 0 "$work/project/.ci/run" --from m32
   [ "$(head -n 1 "$log")" = "scripts/test.sh m32" ] || fail "begins elsewhere"
   [ "$(wc -l <"$log")" -gt 1 ] || fail "ends there"
