@@ -129,13 +129,21 @@ binary files.
 -v         --verbose       Increase verbosity. Can be specified more than once.
 -p         --progress      Show progress of operation in standard format.
 -V         --version       Show the version.
+-l         --long          Add gaps, CRC-32, lines, regions and a bar.
 -x [<n>]   --hexdump[=<n>] Dump the bytes, n per line (-x8), default=16.
+-c         --check         Tell every problem of every FILE.
+           --diff          Tell where two images differ.
+           --format=<form> text or json, for table, --check and --diff.
 -b <file>  --binary=<file> Write the whole image, gaps filled.
 -o <dir>   --output=<dir>  Write every segment to
                            <dir>/<file stem>-<start address>.bin.
            --ihex=<file>   Write the image as Intel HEX.
+           --svg=<file>    Draw the memory map as a picture.
+-m         --merge         Make one image of all FILEs.
            --range=<range> Take only <first>-<last> or <first>+<size>.
                            Can be specified more than once.
+           --map=<file>    Regions of the memory, a line for each:
+                           <name> <range>; data elsewhere is refused.
 -r         --reverse       Reverse each segment before it is written
                            or dumped.
            --fill=<byte>   Fill gaps under --binary, default=0xff.
@@ -187,7 +195,7 @@ TEST_F(Qorhex, TheManualHasTheOptionsOfTheHelpAndNoOthers) {
   const std::vector<std::string> described = optionsIn(manual, "\n.TP\n");
   const std::vector<std::string> listed = optionsIn(run({"--help"}).out, "\n");
   EXPECT_EQ(described, listed);
-  EXPECT_EQ(listed.size(), 15U);
+  EXPECT_EQ(listed.size(), 23U);
 }
 
 struct usageCase_t {
@@ -264,7 +272,8 @@ const usageCase_t usageCases[] = {
      "qorhex: --ihex is given twice\n"},
     {"HexOfTwoFiles",
      {"--ihex=x", "a.hex", "b.hex"},
-     "qorhex: --ihex takes one FILE only\n"},
+     "qorhex: --ihex takes one FILE only, unless --merge makes one image of "
+     "several\n"},
     {"DumpBesideTheHex",
      {"--ihex=-", "-x", "a.hex"},
      "qorhex: --ihex=- and --hexdump both want standard output\n"},
@@ -299,7 +308,8 @@ const usageCase_t usageCases[] = {
      "begin with 0x: '064K'\n"},
     {"BinaryOfTwoFiles",
      {"-b", "x", "a.hex", "b.hex"},
-     "qorhex: --binary takes one FILE only\n"},
+     "qorhex: --binary takes one FILE only, unless --merge makes one image of "
+     "several\n"},
     {"OutputOfOneStemTwice",
      {"-o", ".", "a/fw.hex", "b/fw.ihx"},
      "qorhex: --output: two FILEs have the stem 'fw'\n"},

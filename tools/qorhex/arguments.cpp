@@ -4,12 +4,9 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <set>
 #include <sstream>
-#include <string_view>
 #include <utility>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <qorutil/options.h>
@@ -18,6 +15,7 @@
 #include "image/ranges.h"
 #include "reading/names.h"
 #include "telling/messages.h"
+#include "usage.h"
 
 namespace {
 
@@ -27,9 +25,13 @@ enum longOption_t : int {
   FORCE,
   MAX_SIZE,
   RANGE,
+  MAP,
   FILL,
   PAD,
-  IHEX
+  IHEX,
+  SVG,
+  DIFF,
+  FORMAT
 };
 
 constexpr std::uint64_t standardPerLine = 16;
@@ -41,15 +43,26 @@ std::vector<Options::option_t> describeOptions() {
       optionVerbose,
       optionProgress,
       {'V', "version", nullptr, false, "Show the version."},
+      {'l', "long", nullptr, false,
+       "Add gaps, CRC-32, lines, regions and a bar."},
       {'x', "hexdump", "n", false,
        "Dump the bytes, n per line (-x8), default=16."},
+      {'c', "check", nullptr, false, "Tell every problem of every FILE."},
+      {DIFF, "diff", nullptr, false, "Tell where two images differ."},
+      {FORMAT, "format", "form", true,
+       "text or json, for table, --check and --diff."},
       {'b', "binary", "file", true, "Write the whole image, gaps filled."},
       {'o', "output", "dir", true,
        "Write every segment to\n<dir>/<file stem>-<start address>.bin."},
       {IHEX, "ihex", "file", true, "Write the image as Intel HEX."},
+      {SVG, "svg", "file", true, "Draw the memory map as a picture."},
+      {'m', "merge", nullptr, false, "Make one image of all FILEs."},
       {RANGE, "range", "range", true,
        "Take only <first>-<last> or <first>+<size>.\n"
        "Can be specified more than once."},
+      {MAP, "map", "file", true,
+       "Regions of the memory, a line for each:\n"
+       "<name> <range>; data elsewhere is refused."},
       {'r', "reverse", nullptr, false,
        "Reverse each segment before it is written\nor dumped."},
       {FILL, "fill", "byte", true, "Fill gaps under --binary, default=0xff."},
@@ -61,22 +74,46 @@ std::vector<Options::option_t> describeOptions() {
   };
 }
 
-// Thrown where the command line makes no sense.
-struct usageError_t {
-  std::string reason;
+// The options that say yes.
+struct flag_t {
+  int option;
+  bool arguments_t::*target;
+};
+
+constexpr flag_t flags[] = {
+    {'p', &arguments_t::progress},  {'l', &arguments_t::longTable},
+    {'c', &arguments_t::check},     {DIFF, &arguments_t::diff},
+    {'m', &arguments_t::merge},     {'r', &arguments_t::reverse},
+    {PAD, &arguments_t::pad},       {FORCE, &arguments_t::force},
+    {STRICT, &arguments_t::strict},
+};
+
+// The options that name a file, once.
+struct fileOption_t {
+  int option;
+  const char* name;
+  std::optional<std::string> arguments_t::*target;
+};
+
+constexpr fileOption_t fileOptions[] = {
+    {'b', "--binary", &arguments_t::binaryFile},
+    {'o', "--output", &arguments_t::outputFolder},
+    {IHEX, "--ihex", &arguments_t::hexFile},
+    {SVG, "--svg", &arguments_t::pictureFile},
+    {MAP, "--map", &arguments_t::mapFile},
 };
 
 std::string quoted(const char* text) {
   return ": '" + escapeName(text) + "'";
 }
 
-// Notes that `target`, where `option` puts its argument, is to be `value`.
-void setOnce(std::optional<std::string>& target, const char* option,
-             const char* value) {
+// Gives `target`, where `option` puts its argument, the `value`.
+template <typename T>
+void setOnce(std::optional<T>& target, const char* option, T value) {
   if (target) {
     throw usageError_t{std::string(option) + " is given twice"};
   }
-  target = value;
+  target = std::move(value);
 }
 
 std::uint64_t parsePerLine(const char* text) {
@@ -91,11 +128,7 @@ std::uint64_t parsePerLine(const char* text) {
   return *number;
 }
 
-std::uint64_t parseMaxSize(const std::optional<std::uint64_t>& before,
-                           const char* text) {
-  if (before) {
-    throw usageError_t{"--max-size is given twice"};
-  }
+std::uint64_t parseMaxSize(const char* text) {
   std::string reason;
   const auto size = parseSize(text, reason);
   if (!size) {
@@ -104,17 +137,21 @@ std::uint64_t parseMaxSize(const std::optional<std::uint64_t>& before,
   return *size;
 }
 
-unsigned char parseFill(const std::optional<unsigned char>& before,
-                        const char* text) {
-  if (before) {
-    throw usageError_t{"--fill is given twice"};
-  }
+unsigned char parseFill(const char* text) {
   std::string reason;
   const auto byte = parseNumber(text, 0, 255, reason);
   if (!byte) {
     throw usageError_t{"--fill: " + reason + quoted(text)};
   }
   return static_cast<unsigned char>(*byte);
+}
+
+format_t parseFormat(const std::string& text) {
+  if (text != "text" && text != "json") {
+    throw usageError_t{"--format: neither text nor json" +
+                       quoted(text.c_str())};
+  }
+  return text == "json" ? format_t::JSON : format_t::TEXT;
 }
 
 range_t parseWanted(const char* text) {
@@ -162,6 +199,23 @@ exitStatus_t showVersion() {
   throw usageError_t{"unknown option" + quoted(letter)};
 }
 
+// Takes the options that say yes or name a file; false for others.
+bool takeSimple(int option, arguments_t& arguments) {
+  for (const flag_t& flag : flags) {
+    if (flag.option == option) {
+      arguments.*flag.target = true;
+      return true;
+    }
+  }
+  for (const fileOption_t& file : fileOptions) {
+    if (file.option == option) {
+      setOnce(arguments.*file.target, file.name, std::string(optarg));
+      return true;
+    }
+  }
+  return false;
+}
+
 std::optional<exitStatus_t> readOptions(int argc, char** argv,
                                         arguments_t& arguments) {
   const std::vector<Options::option_t> known = describeOptions();
@@ -172,6 +226,9 @@ std::optional<exitStatus_t> readOptions(int argc, char** argv,
   std::optional<std::uint64_t> maxSize;
   opterr = 0;
   for (int option = 0; (option = options.get(argc, argv)) != -1;) {
+    if (takeSimple(option, arguments)) {
+      continue;
+    }
     switch (option) {
       case 'h':
         return showHelp(options);
@@ -180,41 +237,20 @@ std::optional<exitStatus_t> readOptions(int argc, char** argv,
       case 'v':
         ++arguments.verbosity;
         break;
-      case 'p':
-        arguments.progress = true;
-        break;
-      case 'o':
-        setOnce(arguments.outputFolder, "--output", optarg);
-        break;
-      case 'b':
-        setOnce(arguments.binaryFile, "--binary", optarg);
-        break;
-      case IHEX:
-        setOnce(arguments.hexFile, "--ihex", optarg);
-        break;
-      case 'r':
-        arguments.reverse = true;
-        break;
       case 'x':
         arguments.dumpedPerLine = parsePerLine(optarg);
         break;
-      case STRICT:
-        arguments.strict = true;
-        break;
-      case FORCE:
-        arguments.force = true;
+      case FORMAT:
+        setOnce(arguments.format, "--format", parseFormat(optarg));
         break;
       case MAX_SIZE:
-        maxSize = parseMaxSize(maxSize, optarg);
+        setOnce(maxSize, "--max-size", parseMaxSize(optarg));
         break;
       case RANGE:
         arguments.ranges.push_back(parseWanted(optarg));
         break;
       case FILL:
-        arguments.fill = parseFill(arguments.fill, optarg);
-        break;
-      case PAD:
-        arguments.pad = true;
+        setOnce(arguments.fill, "--fill", parseFill(optarg));
         break;
       default:
         throwUnknown(known, argv);
@@ -223,102 +259,6 @@ std::optional<exitStatus_t> readOptions(int argc, char** argv,
   arguments.maxSize = maxSize.value_or(arguments.maxSize);
   arguments.ranges = uniteRanges(std::move(arguments.ranges));
   return std::nullopt;
-}
-
-// The pipe behind the FILE `path`, by device and inode.
-std::optional<std::pair<dev_t, ino_t>> pipeOf(const std::string& path) {
-  struct stat status {};
-
-  const int result = path == "-" ? ::fstat(STDIN_FILENO, &status)
-                                 : ::stat(path.c_str(), &status);
-  if (result != 0 || !S_ISFIFO(status.st_mode)) {
-    return std::nullopt;
-  }
-  return std::pair(status.st_dev, status.st_ino);
-}
-
-// What can be read once can be given once.
-void checkPipes(const std::vector<std::string>& files) {
-  if (std::count(files.begin(), files.end(), "-") > 1) {
-    throw usageError_t{"the FILE - is given twice"};
-  }
-  std::set<std::pair<dev_t, ino_t>> pipes;
-  for (const std::string& file : files) {
-    const auto pipe = pipeOf(file);
-    if (pipe && !pipes.insert(*pipe).second) {
-      throw usageError_t{"the pipe " + escapeName(nameOf(file)) +
-                         " is given twice"};
-    }
-  }
-}
-
-void checkStems(const std::vector<std::string>& files) {
-  std::set<std::string> stems;
-  for (const std::string& file : files) {
-    if (!stems.insert(stemOf(file)).second) {
-      throw usageError_t{"--output: two FILEs have the stem '" +
-                         escapeName(stemOf(file)) + "'"};
-    }
-  }
-}
-
-// The outputs that take one image only, by the names of their options.
-std::vector<std::pair<const char*, const std::optional<std::string>*>>
-singleOutputs(const arguments_t& arguments) {
-  return {{"--binary", &arguments.binaryFile}, {"--ihex", &arguments.hexFile}};
-}
-
-// Standard output takes one thing.
-void checkStandardOutput(const arguments_t& arguments) {
-  std::string user;
-  const auto use = [&user](const std::string& option) {
-    if (!user.empty()) {
-      throw usageError_t{user + " and " + option +
-                         " both want standard output"};
-    }
-    user = option;
-  };
-  for (const auto& [option, path] : singleOutputs(arguments)) {
-    if (*path == "-") {
-      use(option + std::string("=-"));
-    }
-  }
-  if (arguments.dumpedPerLine) {
-    use("--hexdump");
-  }
-}
-
-void check(const arguments_t& arguments) {
-  const std::vector<std::string>& files = arguments.files;
-  if (files.empty()) {
-    throw usageError_t{"no FILE given"};
-  }
-  if ((arguments.fill || arguments.pad) && !arguments.binaryFile) {
-    throw usageError_t{std::string(arguments.pad ? "--pad" : "--fill") +
-                       " needs --binary"};
-  }
-  if (arguments.pad && arguments.ranges.empty()) {
-    throw usageError_t{"--pad needs --range"};
-  }
-  for (const auto& [option, path] : singleOutputs(arguments)) {
-    if (*path && files.size() > 1) {
-      throw usageError_t{option + std::string(" takes one FILE only")};
-    }
-  }
-  checkStandardOutput(arguments);
-  if (arguments.outputFolder == "-") {
-    throw usageError_t{"--output takes a folder, not standard output"};
-  }
-  if (arguments.strict &&
-      std::find(files.begin(), files.end(), "-") != files.end()) {
-    throw usageError_t{"--strict cannot read standard input"};
-  }
-  if (files.size() > 1) {
-    checkPipes(files);
-  }
-  if (arguments.outputFolder) {
-    checkStems(files);
-  }
 }
 
 }  // namespace
@@ -330,7 +270,7 @@ std::optional<exitStatus_t> readArguments(int argc, char** argv,
       return status;
     }
     arguments.files.assign(argv + std::min(optind, argc), argv + argc);
-    check(arguments);
+    checkUsage(arguments);
   } catch (const usageError_t& error) {
     writeError("qorhex: " + error.reason + "\nqorhex: try 'qorhex --help'\n");
     return WRONG_USAGE;

@@ -13,16 +13,23 @@
 #include "image/numbers.h"
 #include "reading/failure.h"
 
+/// The forms of what is told.
+enum class format_t { TEXT, JSON };
+
 /// What the user asks for.
 struct arguments_t {
   /// The HEX files; "-" is standard input.
   std::vector<std::string> files;
+  /// The file that names the regions of the memory; "-" is standard input.
+  std::optional<std::string> mapFile;
   /// The folder for the segments.
   std::optional<std::string> outputFolder;
   /// The file for the whole image.
   std::optional<std::string> binaryFile;
   /// The file for the image as Intel HEX.
   std::optional<std::string> hexFile;
+  /// The file for the picture of the memory.
+  std::optional<std::string> pictureFile;
   /// The largest image that goes into `binaryFile`, in bytes.
   std::uint64_t maxSize{256ULL << 20U};
   /// The parts of the image that are wanted, as a union; empty for all of it.
@@ -33,6 +40,16 @@ struct arguments_t {
   bool pad{false};
   /// The number of bytes per line of a hex dump, when one is wanted.
   std::optional<std::uint64_t> dumpedPerLine;
+  /// The form of the table, of --check and --diff, when one was asked for.
+  std::optional<format_t> format;
+  /// Whether the table tells all that is known.
+  bool longTable{false};
+  /// Whether every problem is told, and nothing else.
+  bool check{false};
+  /// Whether two images are compared.
+  bool diff{false};
+  /// Whether all files make one image.
+  bool merge{false};
   /// Whether each segment is reversed.
   bool reverse{false};
   /// Whether the library gets the files unread.
@@ -45,7 +62,14 @@ struct arguments_t {
   int verbosity{0};
 
   /// Tells whether anything is written.
-  bool isWriting() const { return outputFolder || binaryFile || hexFile; }
+  bool isWriting() const {
+    return outputFolder || binaryFile || hexFile || pictureFile;
+  }
+
+  /// Tells whether the segments are listed or dumped.
+  bool isShowing() const {
+    return !isWriting() || longTable || dumpedPerLine || format;
+  }
 };
 
 /// Reads the command line into `arguments`. Returns the status to exit with,

@@ -180,7 +180,7 @@ void handleFile(const arguments_t& arguments, const std::string& path,
   if (writing) {
     writeFiles(arguments, path, segments, image.startAddresses, inUse);
   }
-  if (!writing || arguments.dumpedPerLine) {
+  if (arguments.isShowing()) {
     showFile(arguments, path, walk);
   }
 }

@@ -13,6 +13,8 @@
 enum exitStatus_t : int {
   /// All is well.
   ALL_WELL = 0,
+  /// Two images differ.
+  DIFFERENT = 1,
   /// The command line makes no sense.
   WRONG_USAGE = 2,
   /// A file is refused for what it holds.
