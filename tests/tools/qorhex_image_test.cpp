@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "image/image.h"
+#include "image/image_reader.h"
 #include "support/capture.h"
 #include "support/files.h"
 #include "support/hexrecord.h"

@@ -6,9 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <exception>
-#include <iostream>
 #include <new>
 #include <string>
 #include <vector>
@@ -18,19 +16,15 @@
 #include <unistd.h>
 
 #include "arguments.h"
-#include "image/image.h"
-#include "image/ranges.h"
+#include "image/outside.h"
 #include "image/segments.h"
 #include "outputs.h"
+#include "inputs.h"
 #include "reading/descriptor.h"
 #include "reading/failure.h"
 #include "reading/names.h"
-#include "reading/number_text.h"
-#include "reading/text_input.h"
 #include "telling/dump.h"
 #include "telling/messages.h"
-#include "telling/problems.h"
-#include "telling/progress.h"
 #include "telling/table.h"
 #include "writing/temporary.h"
 
@@ -56,161 +50,84 @@ bool isFolder(const std::string& path) {
   return S_ISDIR(status.st_mode);
 }
 
-// The first error ends the file.
-void tellOrRefuse(const problem_t& problem) {
-  if (problem.severity == severity_t::ERROR) {
-    throw Refusal(problem);
-  }
-  writeError(problemText(problem));
-}
-
-// Sends what the library writes to standard output to standard error.
-class OutputDiverted {
- public:
-  OutputDiverted() : saved(std::cout.rdbuf(std::cerr.rdbuf())) {}
-
-  OutputDiverted(const OutputDiverted&) = delete;
-  OutputDiverted& operator=(const OutputDiverted&) = delete;
-
-  ~OutputDiverted() { std::cout.rdbuf(saved); }
-
- private:
-  std::streambuf* saved;
-};
-
-// Tells whether `path` leads where standard output leads.
-bool isStandardOutput(const std::string& path) {
-  struct stat target {};
-
-  struct stat output {};
-
-  if (path == "-") {
-    return true;
-  }
-  return ::stat(path.c_str(), &target) == 0 &&
-         ::fstat(STDOUT_FILENO, &output) == 0 &&
-         target.st_dev == output.st_dev && target.st_ino == output.st_ino;
-}
-
-image_t readStrictly(const arguments_t& arguments, const std::string& path) {
-  if ((arguments.binaryFile && isStandardOutput(*arguments.binaryFile)) ||
-      (arguments.hexFile && isStandardOutput(*arguments.hexFile))) {
-    const OutputDiverted diverted;
-    return loadImage(path);
-  }
-  return loadImage(path);
-}
-
-void tellAbout(const image_t& image, const arguments_t& arguments,
-               const std::string& name) {
-  if (arguments.verbosity > 0) {
-    for (const startAddress_t& start : image.startAddresses) {
-      messageAbout(name) << startAddressText(start) << '\n';
-    }
-  }
-  if (image.merged.conflicting != 0) {
-    messageAbout(name) << countText(image.merged.conflicting,
-                                    "conflicting byte")
-                       << " accepted (--force)\n";
-  }
-  if (image.merged.repeated != 0 && arguments.verbosity > 0) {
-    messageAbout(name) << countText(image.merged.repeated, "repeated byte")
-                       << " merged\n";
-  }
-}
-
-image_t readFile(const arguments_t& arguments, const std::string& path) {
-  if (arguments.strict) {
-    return readStrictly(arguments, path);
-  }
-  TextInput text(path);
-  Progress progress(arguments.progress, text.name(), "read", text.size());
-  text.watch([&progress](std::size_t count) { progress.advance(count); });
-  image_t image = readImage(text, arguments.force, tellOrRefuse);
-  progress.finish();
-  tellAbout(image, arguments, text.name());
-  return image;
-}
-
-// Reduces the segments of the file `path` to --range.
-void crop(const arguments_t& arguments, const std::string& path,
-          std::vector<segment_t>& segments) {
-  const std::string name = nameOf(path);
-  const std::uint64_t leftOut = cropSegments(segments, arguments.ranges);
-  if (arguments.verbosity > 0) {
-    messageAbout(name) << countText(leftOut, "byte")
-                       << " outside of the ranges left out\n";
-  }
-  if (segments.empty()) {
-    tellOrRefuse(
-        {severity_t::WARNING, name, 0, 0, "no data in the ranges", {}});
-  }
-}
-
-// Lists or dumps the segments of the file `path`.
-void showFile(const arguments_t& arguments, const std::string& path,
-              const SegmentWalk& segments) {
-  if (arguments.files.size() > 1) {
-    writeOutput(escapeName(nameOf(path)) + ":\n");
+// Lists or dumps the segments of `input`.
+void showInput(const arguments_t& arguments, const input_t& input) {
+  if (arguments.files.size() > input.paths.size()) {
+    writeOutput(escapeName(input.name()) + ":\n");
   }
   if (arguments.dumpedPerLine) {
-    dumpSegments(segments, *arguments.dumpedPerLine);
+    dumpSegments(input.walk(), *arguments.dumpedPerLine);
   } else {
-    listSegments(segments);
+    listSegments(input.walk());
   }
 }
 
-void handleFile(const arguments_t& arguments, const std::string& path,
-                FilesInUse& inUse) {
-  const image_t image = readFile(arguments, path);
-  const bool writing = arguments.isWriting();
-  // A table alone does without all segments at once.
-  std::vector<segment_t> segments;
-  SegmentWalk walk(image.blocks);
-  if (writing || !arguments.ranges.empty()) {
-    segments = joinBlocks(image.blocks);
-    walk = SegmentWalk(segments);
-  }
-  if (!arguments.ranges.empty()) {
-    crop(arguments, path, segments);
+// Handles the FILEs `paths`, which make one image.
+exitStatus_t handleImage(const arguments_t& arguments,
+                         const std::vector<std::string>& paths,
+                         const forbidden_t& forbidden, FilesInUse& inUse) {
+  const input_t input = readInput(arguments, paths, forbidden);
+  if (arguments.check || !input.image) {
+    return input.status;
   }
   if (arguments.reverse) {
-    reverseSegments(walk);
+    reverseSegments(input.walk());
   }
-  if (writing) {
-    writeFiles(arguments, path, segments, image.startAddresses, inUse);
+  if (arguments.isWriting()) {
+    writeFiles(arguments, paths.front(), *input.segments,
+               input.image->startAddresses, inUse);
   }
   if (arguments.isShowing()) {
-    showFile(arguments, path, walk);
+    showInput(arguments, input);
   }
+  return input.status;
 }
 
-// Handles the file `path` and tells why it could not be; returns its status.
-exitStatus_t statusOf(const arguments_t& arguments, const std::string& path,
-                      FilesInUse& inUse) {
+// Handles the image of `paths` and tells why it could not be.
+exitStatus_t statusOf(const arguments_t& arguments,
+                      const std::vector<std::string>& paths,
+                      const forbidden_t& forbidden, FilesInUse& inUse) {
   try {
-    handleFile(arguments, path, inUse);
-    return ALL_WELL;
-  } catch (const Refusal& refusal) {
-    writeError(problemText(refusal.problem));
-    return refusal.problem.status();
+    return handleImage(arguments, paths, forbidden, inUse);
   } catch (const Failure& failure) {
     writeError(std::string("qorhex: ") + failure.what() + '\n');
     return failure.status;
   } catch (const std::bad_alloc&) {
-    messageAbout(nameOf(path)) << "out of memory\n";
+    messageAbout(namesOf(paths)) << "out of memory\n";
     return SYSTEM_FAILED;
   }
+}
+
+// The FILEs of each image.
+std::vector<std::vector<std::string>> imagesOf(const arguments_t& arguments) {
+  if (arguments.merge) {
+    return {arguments.files};
+  }
+  std::vector<std::vector<std::string>> images;
+  images.reserve(arguments.files.size());
+  for (const std::string& path : arguments.files) {
+    images.push_back({path});
+  }
+  return images;
 }
 
 exitStatus_t handleFiles(const arguments_t& arguments) {
   if (arguments.outputFolder && !isFolder(*arguments.outputFolder)) {
     throwSystemError(*arguments.outputFolder);
   }
-  FilesInUse inUse(arguments.files);
+  const auto regions = readMap(arguments);
+  if (!regions) {
+    return REFUSED;
+  }
+  const forbidden_t forbidden = forbiddenBy(arguments, *regions);
+  std::vector<std::string> inputs = arguments.files;
+  if (arguments.mapFile) {
+    inputs.push_back(*arguments.mapFile);
+  }
+  FilesInUse inUse(inputs);
   exitStatus_t highest = ALL_WELL;
-  for (const std::string& path : arguments.files) {
-    highest = std::max(highest, statusOf(arguments, path, inUse));
+  for (const std::vector<std::string>& paths : imagesOf(arguments)) {
+    highest = std::max(highest, statusOf(arguments, paths, forbidden, inUse));
   }
   return highest;
 }
@@ -228,6 +145,9 @@ int main(int argc, char** argv) {
       return *status;
     }
     return handleFiles(arguments);
+  } catch (const Failure& failure) {
+    writeError(std::string("qorhex: ") + failure.what() + '\n');
+    return failure.status;
   } catch (const std::exception& exception) {
     writeError(std::string("qorhex: ") + exception.what() + '\n');
     return SYSTEM_FAILED;

@@ -7,107 +7,13 @@
 #include <cstdint>
 #include <exception>
 #include <new>
-#include <optional>
-#include <utility>
 
 #include <fcntl.h>
 
-#include "image/block_maker.h"
-#include "image/kept_pieces.h"
 #include "reading/descriptor.h"
 #include "reading/failure.h"
 
 namespace {
-
-// Takes the bytes of an image out of its blocks, from the first to the last.
-class BlockDrain {
- public:
-  explicit BlockDrain(IntelHexFile& image) : blocks(image) {}
-
-  // Takes `size` bytes to `bytes`; a block that is empty then is released.
-  void take(unsigned char* bytes, std::size_t size) {
-    while (size != 0) {
-      std::vector<unsigned char>& data = blocks[block]->data;
-      const std::size_t taken = std::min(size, data.size() - used);
-      std::copy_n(data.data() + used, taken, bytes);
-      bytes += taken;
-      size -= taken;
-      used += taken;
-      if (used == data.size()) {
-        data = {};
-        used = 0;
-        ++block;
-      }
-    }
-  }
-
- private:
-  IntelHexFile& blocks;
-  std::size_t block{0};
-  std::size_t used{0};
-};
-
-// Makes blocks of pieces as they come, as long as they ascend, and else keeps
-// them.
-class ImageBuilder {
- public:
-  explicit ImageBuilder(image_t& target)
-      : image(target), blocks(target.blocks) {}
-
-  // Where the bytes of the next piece are to be put.
-  unsigned char* room() { return kept ? kept->room() : blocks.room(); }
-
-  void add(const piece_t& piece) {
-    if (kept) {
-      kept->add(piece);
-    } else if (piece.address >= blocks.end()) {
-      places.add(piece.address, piece);
-      blocks.add(piece.address, piece.size);
-    } else {
-      keepAll(piece);
-    }
-  }
-
-  void finish(bool force, const std::string& name, const problemSink_t& sink) {
-    if (kept) {
-      kept->sort();
-      image.merged = mergePieces(*kept, blocks, force, name, sink);
-      image.sources = kept->release();
-    } else {
-      image.sources = Sources(std::move(places), {});
-    }
-    blocks.finish();
-  }
-
- private:
-  // Takes the blocks apart again, and keeps `piece` behind their pieces.
-  void keepAll(const piece_t& piece) {
-    unsigned char bytes[maxRecordData];
-    std::copy_n(blocks.room(), piece.size, bytes);
-    blocks.finish();
-    kept.emplace();
-    BlockDrain drain(image.blocks);
-    for (const Places::run_t& run : places.all()) {
-      piece_t known{run.key, run.size, run.line, run.column};
-      for (std::uint32_t i = 0; i < run.count; ++i) {
-        drain.take(kept->room(), known.size);
-        kept->add(known);
-        known.address += run.keyStep;
-        known.line += run.lineStep;
-      }
-    }
-    places = {};
-    image.blocks.clear();
-    blocks.restart();
-    std::copy_n(bytes, piece.size, kept->room());
-    kept->add(piece);
-  }
-
-  image_t& image;
-  BlockMaker blocks;
-  Places places;
-  std::optional<KeptPieces> kept;
-};
 
 std::uint64_t addressOf(const IntelHexFileBlock& block) {
   return block.extAddress * std::uint64_t{0x10000} + block.address;
@@ -157,18 +63,6 @@ void layOverEarlier(const IntelHexFile& image, std::size_t at) {
 }
 
 }  // namespace
-
-image_t readImage(TextInput& text, bool force, const problemSink_t& sink) {
-  image_t image;
-  ImageBuilder builder(image);
-  RecordReader reader(text, sink);
-  for (piece_t piece{}; reader.next(builder.room(), piece);) {
-    builder.add(piece);
-  }
-  builder.finish(force, text.name(), sink);
-  image.startAddresses = reader.startAddresses();
-  return image;
-}
 
 image_t loadImage(const std::string& path) {
   image_t image;

@@ -38,6 +38,9 @@ class KeptPieces {
   /// them have room. Throws std::bad_alloc beyond 4 GiB.
   unsigned char* room();
 
+  /// Begins the next text; the first one has begun.
+  void beginFile() { textPlaces.beginFile(); }
+
   /// Takes `piece`, whose bytes are at room().
   void add(const piece_t& piece);
 

@@ -14,35 +14,41 @@ namespace {
 // Sorted pieces lie anywhere in memory; so many are on their way at a time.
 constexpr std::size_t lookAhead = 16;
 
-// Where two pieces contradict each other.
-struct conflict_t {
-  std::uint64_t first;
-  std::uint64_t size;
-};
-
 unsigned char byteAt(const keptPiece_t& piece, std::uint64_t address) {
   return piece.bytes[address - piece.address];
 }
 
-conflict_t compare(const keptPiece_t& one, const keptPiece_t& two) {
-  conflict_t conflict{0, 0};
+// The first address that two pieces with a conflict give different bytes.
+std::uint64_t firstConflict(const keptPiece_t& one, const keptPiece_t& two) {
+  std::uint64_t at = std::max(one.address, two.address);
+  while (byteAt(one, at) == byteAt(two, at)) {
+    ++at;
+  }
+  return at;
+}
+
+// The number of such addresses from `first` on.
+std::uint64_t countConflicts(const keptPiece_t& one, const keptPiece_t& two,
+                             std::uint64_t first) {
   const std::uint64_t end = std::min(one.end(), two.end());
-  for (std::uint64_t at = std::max(one.address, two.address); at < end; ++at) {
-    if (byteAt(one, at) != byteAt(two, at) && conflict.size++ == 0) {
-      conflict.first = at;
+  std::uint64_t count = 0;
+  for (std::uint64_t at = first; at < end; ++at) {
+    if (byteAt(one, at) != byteAt(two, at)) {
+      ++count;
     }
   }
-  return conflict;
+  return count;
 }
 
 class Merging {
  public:
   Merging(const KeptPieces& sorted, BlockMaker& maker, bool acceptConflicts,
-          const std::string& textName, const problemSink_t& problemSink)
+          const std::vector<std::string>& textNames,
+          const byteProblemSink_t& problemSink)
       : pieces(sorted),
         blocks(maker),
         force(acceptConflicts),
-        name(textName),
+        names(textNames),
         sink(problemSink) {}
 
   mergeCount_t merge() {
@@ -68,22 +74,24 @@ class Merging {
   // one piece of the greatest length is on the way.
   struct cell_t {
     unsigned char byte;
-    std::uint32_t owner;  // the start of the piece that it is from
+    std::uint64_t owner;  // the piece that it is from: text and start
     bool repeated;
     bool conflicting;
   };
 
   void lay(const keptPiece_t& piece) {
+    const std::uint64_t owner =
+        std::uint64_t{pieces.places().fileOf(piece.key)} << 32U | piece.address;
     for (std::uint32_t i = 0; i < piece.size; ++i) {
       if (i == size) {
-        cells[size++] = {piece.bytes[i], piece.address, false, false};
+        cells[size++] = {piece.bytes[i], owner, false, false};
       } else {
-        layOver(cells[i], piece.bytes[i], piece.address);
+        layOver(cells[i], piece.bytes[i], owner);
       }
     }
   }
 
-  void layOver(cell_t& cell, unsigned char byte, std::uint32_t owner) {
+  void layOver(cell_t& cell, unsigned char byte, std::uint64_t owner) {
     if (byte == cell.byte) {
       counted.repeated += cell.repeated ? 0 : 1;
       cell.repeated = true;
@@ -150,8 +158,7 @@ class Merging {
 
   void reportPair(const keptPiece_t& later, const keptPiece_t& earlier,
                   std::uint64_t address) const {
-    const conflict_t conflict = compare(later, earlier);
-    if (conflict.first != address) {
+    if (firstConflict(later, earlier) != address) {
       return;
     }
     const auto place = [&](const keptPiece_t& piece) {
@@ -159,24 +166,28 @@ class Merging {
           piece.key + static_cast<std::uint32_t>(address - piece.address));
     };
     const place_t where = place(later);
-    sink({severity_t::ERROR,
-          name,
-          where.line,
-          where.column,
-          "byte " + hexText(byteAt(later, address), 2) + " at " +
-              hexText(address, 8) + " conflicts with " +
-              hexText(byteAt(earlier, address), 2) + " of " + escapeName(name) +
-              ':' + std::to_string(place(earlier).line) + ", " +
-              countText(conflict.size, "byte") +
-              " in all; --force accepts that",
-          {}});
+    const place_t other = place(earlier);
+    const std::string text =
+        "byte " + hexText(byteAt(later, address), 2) + " at " +
+        hexText(address, 8) + " conflicts with " +
+        hexText(byteAt(earlier, address), 2) + " of " +
+        escapeName(names[other.file]) + ':' + std::to_string(other.line) +
+        ", " + countText(countConflicts(later, earlier, address), "byte") +
+        " in all; --force accepts that";
+    sink(address, {severity_t::ERROR,
+                   names[where.file],
+                   where.line,
+                   where.column,
+                   text,
+                   {},
+                   where.file});
   }
 
   const KeptPieces& pieces;
   BlockMaker& blocks;
   bool force;
-  const std::string& name;
-  const problemSink_t& sink;
+  const std::vector<std::string>& names;
+  const byteProblemSink_t& sink;
   std::uint64_t start{0};
   std::size_t size{0};
   cell_t cells[maxRecordData]{};
@@ -186,7 +197,7 @@ class Merging {
 }  // namespace
 
 mergeCount_t mergePieces(const KeptPieces& pieces, BlockMaker& blocks,
-                         bool force, const std::string& name,
-                         const problemSink_t& sink) {
-  return Merging(pieces, blocks, force, name, sink).merge();
+                         bool force, const std::vector<std::string>& names,
+                         const byteProblemSink_t& sink) {
+  return Merging(pieces, blocks, force, names, sink).merge();
 }

@@ -7,7 +7,9 @@
 #define QORHEX_MERGING_H
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "image/block_maker.h"
 #include "image/kept_pieces.h"
@@ -21,15 +23,22 @@ struct mergeCount_t {
   std::uint64_t conflicting{0};
 };
 
-/// Puts every byte of the sorted `pieces` into `blocks` once.
+/// Takes a problem with the bytes of an image, and the address of the first of
+/// them.
+using byteProblemSink_t =
+    std::function<void(std::uint64_t address, const problem_t& problem)>;
+
+/// Puts every byte of the sorted `pieces` of the texts `names` into `blocks`
+/// once.
 ///
-/// Where pieces give an address different bytes, that of the piece with the
-/// highest start counts, and of several with one start that of the first in
-/// the text. Unless `force` accepts such places, `sink` gets a problem of the
-/// text `name` for each pair of pieces, by the first address in ascending
-/// order.
+/// Where pieces give an address different bytes, that of the last text counts,
+/// in one text that of the piece with the highest start, and of several with
+/// one start that of the first in the text. Unless `force` accepts such places,
+/// `sink` gets a problem for each pair of pieces, by the first address in
+/// ascending order. It belongs to the later piece, in the order of texts and
+/// lines.
 mergeCount_t mergePieces(const KeptPieces& pieces, BlockMaker& blocks,
-                         bool force, const std::string& name,
-                         const problemSink_t& sink);
+                         bool force, const std::vector<std::string>& names,
+                         const byteProblemSink_t& sink);
 
 #endif  // QORHEX_MERGING_H

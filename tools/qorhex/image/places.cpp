@@ -16,7 +16,9 @@ constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max();
 void Places::addRun(std::uint32_t key, const piece_t& piece) {
   const auto column =
       static_cast<std::uint32_t>(std::min(piece.column, largest));
-  if (!runs.empty()) {
+  if (fileKeys.size() != files) {
+    fileKeys.resize(files, key);
+  } else {
     run_t& last = runs.back();
     const std::uint64_t lineStep = piece.line - last.line;
     if (last.count == 1 && lineStep <= largest && column == last.column &&
@@ -38,9 +40,14 @@ place_t Places::at(std::uint32_t key) const {
   const run_t& run = runAt(key);
   const std::uint32_t piece =
       run.count == 1 ? 0 : (key - run.key) / run.keyStep;
-  return {run.line + std::uint64_t{piece} * run.lineStep,
+  return {fileOf(key), run.line + std::uint64_t{piece} * run.lineStep,
           run.column + 2 * (std::uint64_t{key - run.key} -
                             std::uint64_t{piece} * run.keyStep)};
+}
+
+std::size_t Places::fileOf(std::uint32_t key) const {
+  const auto behind = std::upper_bound(fileKeys.begin(), fileKeys.end(), key);
+  return static_cast<std::size_t>(behind - fileKeys.begin()) - 1;
 }
 
 const Places::run_t& Places::runAt(std::uint32_t key) const {

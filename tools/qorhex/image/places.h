@@ -5,13 +5,16 @@
 #ifndef QORHEX_PLACES_H
 #define QORHEX_PLACES_H
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 #include "reading/record_reader.h"
 
-/// A place in a text.
+/// A place in the texts of an image.
 struct place_t {
+  /// Which of the texts, from 0.
+  std::size_t file;
   /// The line, from 1.
   std::uint64_t line;
   /// The column of the first digit, from 1.
@@ -43,6 +46,12 @@ class Places {
     std::uint32_t size;
   };
 
+  /// Begins the next text; the first one has begun.
+  void beginFile() {
+    ++files;
+    next.size = 0;
+  }
+
   /// Adds `piece` under `key`, which is above all keys before it.
   void add(std::uint32_t key, const piece_t& piece) {
     if (key == next.key && piece.line == next.line &&
@@ -58,6 +67,12 @@ class Places {
   /// Returns the place of the byte at `key`, which is in a piece.
   place_t at(std::uint32_t key) const;
 
+  /// Returns which text the byte at `key` is from.
+  std::size_t fileOf(std::uint32_t key) const;
+
+  /// Returns the number of texts that have begun.
+  std::size_t fileCount() const { return files; }
+
   /// Returns the size of the piece that begins at `key`.
   std::uint32_t sizeAt(std::uint32_t key) const { return runAt(key).size; }
 
@@ -70,6 +85,9 @@ class Places {
   void addRun(std::uint32_t key, const piece_t& piece);
 
   std::vector<run_t> runs;
+  std::size_t files{1};
+  // Of each text the key of its first piece, or of the first one behind it.
+  std::vector<std::uint32_t> fileKeys;
   run_t next{};  // what continues the last one; of size 0 where nothing does
 };
 

@@ -4,7 +4,27 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <optional>
+#include <tuple>
 #include <utility>
+
+#include "reading/record.h"
+
+namespace {
+
+// A piece that has the byte in question.
+struct candidate_t {
+  std::size_t file;
+  std::uint32_t first;
+  std::uint32_t key;
+
+  // Of pieces with one beginning the first one is asked last.
+  bool countsOver(const candidate_t& other) const {
+    return std::tie(file, first) >= std::tie(other.file, other.first);
+  }
+};
+
+}  // namespace
 
 Sources::Sources(Places piecePlaces, std::vector<std::uint64_t> sortedPieces)
     : places(std::move(piecePlaces)), pieces(std::move(sortedPieces)) {}
@@ -15,21 +35,22 @@ place_t Sources::of(std::uint32_t address) const {
   }
   const std::uint64_t behind = (std::uint64_t{address} + 1) << 32U;
   auto piece = std::lower_bound(pieces.begin(), pieces.end(), behind);
-  std::uint32_t found = 0;
-  std::uint32_t start = 0;
-  bool covered = false;
+  std::optional<candidate_t> best;
   while (piece != pieces.begin()) {
     --piece;
     const auto first = static_cast<std::uint32_t>(*piece >> 32U);
     const auto key = static_cast<std::uint32_t>(*piece);
-    if (covered && first != start) {
+    const bool decided =
+        best && places.fileCount() == 1 && best->first != first;
+    if (decided || address - first >= maxRecordData) {
       break;
     }
     if (address - first < places.sizeAt(key)) {
-      covered = true;
-      start = first;
-      found = key;
+      const candidate_t candidate{places.fileOf(key), first, key};
+      if (!best || candidate.countsOver(*best)) {
+        best = candidate;
+      }
     }
   }
-  return places.at(found + (address - start));
+  return places.at(best->key + (address - best->first));
 }

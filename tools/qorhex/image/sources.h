@@ -20,8 +20,9 @@ class Sources {
   Sources(Places piecePlaces, std::vector<std::uint64_t> sortedPieces);
 
   /// Returns the place of the byte at `address`, which the image has. Of
-  /// several pieces it is that whose byte counts: the one that begins highest,
-  /// and of several with one beginning the first in the text.
+  /// several pieces it is that whose byte counts: of the last text that has
+  /// one, the one that begins highest, and of several with one beginning the
+  /// first in the text.
   place_t of(std::uint32_t address) const;
 
  private:

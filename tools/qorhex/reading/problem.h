@@ -41,6 +41,8 @@ struct problem_t {
   std::string text;
   /// The line, where it is still at hand.
   std::optional<excerpt_t> excerpt;
+  /// Which of the texts of an image it is, from 0.
+  std::size_t fileIndex{0};
 
   /// The exit status that the problem gives its file.
   exitStatus_t status() const {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "reading/number_text.h"
 
@@ -73,8 +74,9 @@ std::string_view trimmed(std::string_view line, std::size_t skipped) {
 
 }  // namespace
 
-RecordReader::RecordReader(TextInput& text, const problemSink_t& problemSink)
-    : input(text), sink(problemSink) {}
+RecordReader::RecordReader(TextInput& text, const problemSink_t& problemSink,
+                           startCheck_t startCheck)
+    : input(text), sink(problemSink), checkStart(std::move(startCheck)) {}
 
 // Lines that are a sound record and nothing else, in other words nearly all,
 // are taken where they lie; the others go the way of readLine().
@@ -187,13 +189,19 @@ void RecordReader::takeStart(unsigned type, const unsigned char* bytes) {
   const auto known = std::find_if(
       starts.begin(), starts.end(),
       [type](const startAddress_t& start) { return start.type == type; });
-  if (known == starts.end()) {
-    starts.push_back({type, value, number});
-  } else if (known->value != value) {
+  if (known != starts.end() && known->value != value) {
     refuse(dataAt,
            "a second start address " + hexText(value, 8) + ", that of line " +
                std::to_string(known->line) + " is " + hexText(known->value, 8),
            false);
+    return;
+  }
+  const startAddress_t start{type, value, number};
+  const std::string reason = checkStart ? checkStart(start) : std::string();
+  if (!reason.empty()) {
+    refuse(dataAt, reason, false);
+  } else if (known == starts.end()) {
+    starts.push_back(start);
   }
 }
 
@@ -343,8 +351,11 @@ void RecordReader::reportMissingEnd() {
 
 void RecordReader::report(severity_t severity, std::uint64_t column,
                           const std::string& text) {
-  sink({severity, input.name(), number, column, text,
-        line.isLong ? longLine.excerpt(column) : excerptOf(line.text, column)});
+  sink({severity, input.name(), number, column, text, excerpt(column)});
+}
+
+excerpt_t RecordReader::excerpt(std::uint64_t column) const {
+  return line.isLong ? longLine.excerpt(column) : excerptOf(line.text, column);
 }
 
 // Reports what is wrong at the position `at` of the record; `address` tells

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,7 +42,13 @@ struct startAddress_t {
   std::uint32_t value;
   /// The line of the record.
   std::uint64_t line;
+  /// Which of the texts of an image it stands in, from 0.
+  std::size_t file{0};
 };
+
+/// Looks at a start address that is the first of its type in its text, or the
+/// same once more. Returns why it is refused, or an empty text.
+using startCheck_t = std::function<std::string(const startAddress_t&)>;
 
 /// Reads the records of a text up to its end record.
 ///
@@ -55,7 +62,9 @@ struct startAddress_t {
 class RecordReader {
  public:
   /// Reads `text`, which like `problemSink` stays for the life of the reader.
-  RecordReader(TextInput& text, const problemSink_t& problemSink);
+  /// Every start address is shown to `startCheck`, where there is one.
+  RecordReader(TextInput& text, const problemSink_t& problemSink,
+               startCheck_t startCheck = {});
 
   /// Reads the next piece of data and puts its bytes at `room`, where
   /// `recordRoom` bytes may be written; false when the end record is reached or
@@ -64,6 +73,10 @@ class RecordReader {
   /// The lines behind the end record of a regular file are counted for a
   /// warning. Anything else is not read on.
   bool next(unsigned char* room, piece_t& piece);
+
+  /// Returns what is shown of the line of the latest piece for a problem in
+  /// `column`.
+  excerpt_t excerpt(std::uint64_t column) const;
 
   /// Returns the start addresses up to here, at most one of each type.
   const std::vector<startAddress_t>& startAddresses() const { return starts; }
@@ -100,6 +113,7 @@ class RecordReader {
 
   TextInput& input;
   const problemSink_t& sink;
+  startCheck_t checkStart;
   line_t line{};
   LongLine longLine{0};
   std::uint64_t number{0};
