@@ -96,13 +96,13 @@ void Outside::search(const piece_t& piece, const RecordReader& reader) {
 
 void Outside::add(const piece_t& piece, const RecordReader& reader,
                   std::uint64_t first, std::uint64_t last) {
-  if (!isOpen || first <= latest) {
+  if (!isOpen || first != piece.address || first <= latest) {
     const std::uint64_t column = piece.column + 2 * (first - piece.address);
     found.push_back(
         {first, 0, file, piece.line, column, reader.excerpt(column)});
   }
   found.back().size += last - first + 1;
-  isOpen = true;
+  isOpen = last + 1 == piece.end();
   latest = last;
 }
 

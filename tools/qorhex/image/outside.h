@@ -33,8 +33,8 @@ struct forbidden_t {
 forbidden_t forbidOutside(std::vector<region_t> regions,
                           const std::vector<range_t>& wanted);
 
-/// Data outside: ascending addresses that one text gives on data records one
-/// behind the other.
+/// Data outside: ascending addresses of bytes one behind the other, on one data
+/// record or on several of one text with no other data record between them.
 struct outside_t {
   /// The first address.
   std::uint64_t first;
