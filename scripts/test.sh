@@ -28,7 +28,8 @@ packagesFor() {
   esac
 }
 
-scripts/packages.sh g++ cmake ninja-build pkgconf libgtest-dev libgmock-dev
+scripts/packages.sh g++ cmake ninja-build pkgconf libgtest-dev libgmock-dev \
+  zlib1g-dev
 for preset in "${@:-dev}"; do
   read -ra packages < <(packagesFor "$preset") || true
   scripts/packages.sh "${packages[@]}"
