@@ -15,6 +15,8 @@
 
 #include "image/numbers.h"
 #include "image/regions.h"
+#include "image/segments.h"
+#include "image/sources.h"
 #include "reading/failure.h"
 #include "reading/problem.h"
 #include "reading/record_reader.h"
@@ -62,6 +64,22 @@ struct report_t {
   std::vector<startAddress_t> startAddresses;
   /// The problems, in the order in which they are told.
   std::vector<problem_t> problems;
+
+  /// Tells whether the lines of the segments are known; false without a
+  /// segment.
+  bool hasSources() const {
+    return !segments.empty() && segments.front().source.has_value();
+  }
+
+  /// The number of bytes in all segments.
+  std::uint64_t size() const;
 };
+
+/// Describes the image of `segments`, as they are now; `sources` knows their
+/// bytes, where it is given, and `map` is in any order. The caller adds names,
+/// status and problems.
+report_t describeImage(SegmentWalk segments, const Sources* sources,
+                       const std::vector<region_t>& map,
+                       const std::vector<startAddress_t>& startAddresses);
 
 #endif  // QORHEX_REPORT_H

@@ -6,18 +6,13 @@
 
 #include "reading/descriptor.h"
 #include "reading/number_text.h"
+#include "telling/columns.h"
 #include "telling/messages.h"
 
 namespace {
 
 constexpr int addressDigits = 8;
 constexpr std::size_t numberWidth = 5;
-
-void appendRight(std::string& text, const std::string& word,
-                 std::size_t width) {
-  text.append(width - std::min(width, word.size()), ' ');
-  text += word;
-}
 
 }  // namespace
 
