@@ -37,7 +37,7 @@ class LongTable {
  public:
   LongTable(const report_t& described, const textSink_t& textSink)
       : report(described), sink(textSink) {
-    if (report.names.size() > 1) {
+    if (report.isMerged) {
       std::transform(report.names.begin(), report.names.end(),
                      std::back_inserter(files),
                      [](const std::string& name) { return escapeName(name); });

@@ -6,14 +6,9 @@
 #define QORHEX_LONG_TABLE_H
 
 #include <cstddef>
-#include <functional>
-#include <string>
-#include <string_view>
 
 #include "telling/report.h"
-
-/// Takes whole lines of text.
-using textSink_t = std::function<void(std::string_view)>;
+#include "telling/text_sink.h"
 
 /// Gives `sink` the table of `report`: a heading, a line for each segment and
 /// for each gap between two of them, the total; without segments there is the

@@ -54,6 +54,8 @@ struct report_t {
   /// The names of its FILEs as they were given, "<stdin>" for "-"; several when
   /// they were merged.
   std::vector<std::string> names;
+  /// Whether the FILEs were merged, be it one alone.
+  bool isMerged{false};
   /// The exit status that these FILEs alone would give.
   exitStatus_t status{ALL_WELL};
   /// The segments, in ascending order.

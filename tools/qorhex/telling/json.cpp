@@ -1,0 +1,278 @@
+// SPDX-License-Identifier: MIT
+
+#include "telling/json.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "image/gaps.h"
+#include "reading/descriptor.h"
+
+namespace {
+
+// What may follow the first byte of a character.
+struct sequence_t {
+  std::size_t size;  // 0 where the byte begins none
+  unsigned char leastSecond;
+  unsigned char mostSecond;
+};
+
+sequence_t sequenceOf(unsigned char first) {
+  if (first < 0xC2 || first > 0xF4) {
+    return {first < 0x80 ? std::size_t{1} : 0, 0, 0};
+  }
+  switch (first) {
+    case 0xE0:
+      return {3, 0xA0, 0xBF};
+    case 0xED:
+      return {3, 0x80, 0x9F};
+    case 0xF0:
+      return {4, 0x90, 0xBF};
+    case 0xF4:
+      return {4, 0x80, 0x8F};
+    default:
+      return {first < 0xE0   ? std::size_t{2}
+              : first < 0xF0 ? 3U
+                             : 4U,
+              0x80, 0xBF};
+  }
+}
+
+// Returns the bytes at the front of `bytes` that are one character, or as many
+// as can begin one and are none.
+std::string_view nextCharacter(std::string_view bytes, bool& valid) {
+  const sequence_t sequence =
+      sequenceOf(static_cast<unsigned char>(bytes.front()));
+  std::size_t size = 1;
+  while (size < sequence.size && size < bytes.size()) {
+    const auto next = static_cast<unsigned char>(bytes[size]);
+    const bool fits =
+        size == 1 ? next >= sequence.leastSecond && next <= sequence.mostSecond
+                  : next >= 0x80 && next <= 0xBF;
+    if (!fits) {
+      break;
+    }
+    ++size;
+  }
+  valid = size == sequence.size;
+  return bytes.substr(0, size);
+}
+
+bool isControl(std::string_view character) {
+  const auto first = static_cast<unsigned char>(character.front());
+  return first < 0x20 || first == 0x7F ||
+         (first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0);
+}
+
+void appendControl(std::string& text, unsigned char value) {
+  constexpr std::array<std::pair<char, char>, 5> known{
+      {{'\b', 'b'}, {'\t', 't'}, {'\n', 'n'}, {'\f', 'f'}, {'\r', 'r'}}};
+  for (const auto& [control, letter] : known) {
+    if (value == static_cast<unsigned char>(control)) {
+      text += {'\\', letter};
+      return;
+    }
+  }
+  constexpr char digits[] = "0123456789abcdef";
+  text += "\\u00";
+  text += {digits[value >> 4U], digits[value & 0xFU]};
+}
+
+template <typename Values>
+void appendList(std::string& text, const Values& values) {
+  text += '[';
+  for (const auto& value : values) {
+    text += (text.back() == '[' ? "" : ",") + value;
+  }
+  text += ']';
+}
+
+void appendSource(std::string& text, const segmentReport_t& segment,
+                  bool several) {
+  if (!segment.source) {
+    text += ",\"source\":null";
+    return;
+  }
+  const auto& [first, last] = *segment.source;
+  text += ",\"source\":[" + std::to_string(first.line) + ',' +
+          std::to_string(last.line) + ']';
+  if (several) {
+    text += ",\"sourceFiles\":[" + std::to_string(first.file) + ',' +
+            std::to_string(last.file) + ']';
+  }
+}
+
+const char* nameOfKind(differenceKind_t kind) {
+  switch (kind) {
+    case differenceKind_t::ONLY_A:
+      return "onlyA";
+    case differenceKind_t::ONLY_B:
+      return "onlyB";
+    default:
+      return "differs";
+  }
+}
+
+}  // namespace
+
+std::string jsonString(std::string_view bytes) {
+  std::string text = "\"";
+  while (!bytes.empty()) {
+    bool valid = false;
+    const std::string_view character = nextCharacter(bytes, valid);
+    bytes.remove_prefix(character.size());
+    if (!valid) {
+      text += "\xEF\xBF\xBD";
+    } else if (isControl(character)) {
+      // The last byte of U+0080 to U+009F is the number itself.
+      appendControl(text, static_cast<unsigned char>(character.back()));
+    } else {
+      text += character == "\"" || character == "\\" ? "\\" : "";
+      text += character;
+    }
+  }
+  return text + '"';
+}
+
+JsonDocument::JsonDocument(textSink_t textSink)
+    : sink(std::move(textSink)), text("{\"version\":1,\"files\":[") {}
+
+void JsonDocument::add(const report_t& report) {
+  separate();
+  text += "{\"name\":";
+  addNames(report);
+  text += ",\"status\":" + std::to_string(report.status);
+  text += ",\"segments\":[";
+  addSegments(report);
+  text += "],\"gaps\":[";
+  addGaps(report);
+  text += "],\"regions\":[";
+  addRegions(report);
+  text += "],\"startAddresses\":[";
+  addStartAddresses(report);
+  text += "],\"problems\":[";
+  addProblems(report);
+  text += "]}";
+}
+
+void JsonDocument::beginDifferences() {
+  text += "],\"differences\":[";
+  hasDifferences = true;
+}
+
+void JsonDocument::add(const difference_t& difference) {
+  separate();
+  addRange(difference.range);
+  text += ",\"kind\":\"";
+  text += nameOfKind(difference.kind);
+  text += "\"}";
+  flush(ioPiece);
+}
+
+void JsonDocument::endDifferences(bool startAddressesDiffer) {
+  text += "],\"startAddressesDiffer\":";
+  text += startAddressesDiffer ? "true" : "false";
+}
+
+void JsonDocument::finish() {
+  text += hasDifferences ? "}\n" : "]}\n";
+  flush(0);
+}
+
+// One name is no list.
+void JsonDocument::addNames(const report_t& report) {
+  if (!report.isMerged) {
+    text += jsonString(report.names.front());
+    return;
+  }
+  std::vector<std::string> names;
+  names.reserve(report.names.size());
+  for (const std::string& name : report.names) {
+    names.push_back(jsonString(name));
+  }
+  appendList(text, names);
+}
+
+void JsonDocument::addSegments(const report_t& report) {
+  std::vector<std::string> names;
+  for (const segmentReport_t& segment : report.segments) {
+    separate();
+    addRange(segment.range);
+    text += ",\"crc32\":" + std::to_string(segment.crc32);
+    appendSource(text, segment, report.isMerged);
+    text += ",\"regions\":";
+    names.clear();
+    for (const std::size_t region : segment.regions) {
+      names.push_back(jsonString(report.regions[region].region.name));
+    }
+    appendList(text, names);
+    text += '}';
+    flush(ioPiece);
+  }
+}
+
+void JsonDocument::addGaps(const report_t& report) {
+  for (std::size_t i = 1; i < report.segments.size(); ++i) {
+    separate();
+    addRange(
+        gapBetween(report.segments[i - 1].range, report.segments[i].range));
+    text += '}';
+    flush(ioPiece);
+  }
+}
+
+void JsonDocument::addRegions(const report_t& report) {
+  for (const auto& [region, used] : report.regions) {
+    separate();
+    text += "{\"name\":" + jsonString(region.name) +
+            ",\"first\":" + std::to_string(region.range.first) +
+            ",\"last\":" + std::to_string(region.range.last) +
+            ",\"used\":" + std::to_string(used) + '}';
+    flush(ioPiece);
+  }
+}
+
+void JsonDocument::addStartAddresses(const report_t& report) {
+  for (const startAddress_t& start : report.startAddresses) {
+    separate();
+    text += "{\"type\":" + std::to_string(start.type) +
+            ",\"value\":" + std::to_string(start.value) + '}';
+  }
+}
+
+void JsonDocument::addProblems(const report_t& report) {
+  for (const problem_t& problem : report.problems) {
+    separate();
+    const bool isError = problem.severity == severity_t::ERROR;
+    text += "{\"file\":" + jsonString(problem.file) +
+            ",\"line\":" + std::to_string(problem.line) +
+            ",\"column\":" + std::to_string(problem.column) +
+            ",\"severity\":\"" + (isError ? "error" : "warning") +
+            "\",\"text\":" + jsonString(problem.text) + '}';
+    flush(ioPiece);
+  }
+}
+
+// Goes before each element of a list but the first.
+void JsonDocument::separate() {
+  if (text.empty() || text.back() != '[') {
+    text += ',';
+  }
+}
+
+// Leaves the object open.
+void JsonDocument::addRange(const range_t& range) {
+  text += "{\"first\":" + std::to_string(range.first) +
+          ",\"last\":" + std::to_string(range.last) +
+          ",\"size\":" + std::to_string(range.size());
+}
+
+void JsonDocument::flush(std::size_t least) {
+  if (text.size() >= least) {
+    sink(text);
+    text.clear();
+  }
+}
