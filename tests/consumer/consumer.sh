@@ -166,6 +166,7 @@ components() {
     done
     echo tools/bin/qorhex
     echo tools/share/man/man1/qorhex.1
+    echo tools/share/qorutil/qorhex.schema.json
   } | LC_ALL=C sort >components/expected.txt
   (cd components && find runtime development tools ! -type d |
     grep -v "^development/$libdir/cmake/qorutil/qorutil[A-Za-z-]*\.cmake$" |

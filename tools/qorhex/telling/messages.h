@@ -5,6 +5,7 @@
 #ifndef QORHEX_MESSAGES_H
 #define QORHEX_MESSAGES_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -37,5 +38,10 @@ void writeError(const std::string& text);
 
 /// Writes `text` to standard output. Throws Failure when it does not arrive.
 void writeOutput(std::string_view text);
+
+/// Shows `text`, of `columns` columns and without a line end, where the cursor
+/// of standard error, a terminal, stands: in place of what was shown so before.
+/// Whatever is written next removes it; so does an empty `text`.
+void showInPlace(const std::string& text, std::size_t columns);
 
 #endif  // QORHEX_MESSAGES_H

@@ -12,6 +12,16 @@
 
 namespace {
 
+// Bright, as terminals have them on either background.
+constexpr char red[] = "\x1b[1;31m";
+constexpr char green[] = "\x1b[1;32m";
+constexpr char magenta[] = "\x1b[1;35m";
+constexpr char noColour[] = "\x1b[0m";
+
+std::string inColour(const char* word, const char* colour, bool coloured) {
+  return coloured ? std::string(colour) + word + noColour : word;
+}
+
 std::string printable(const std::string& bytes) {
   std::ostringstream text;
   text.exceptions(std::ios_base::badbit);  // lets std::bad_alloc through
@@ -21,7 +31,8 @@ std::string printable(const std::string& bytes) {
 
 }  // namespace
 
-std::string problemText(const problem_t& problem) {
+std::string problemText(const problem_t& problem, bool coloured) {
+  const bool isError = problem.severity == severity_t::ERROR;
   std::string text = escapeName(problem.file);
   if (problem.line == 0) {
     text.insert(0, "qorhex: ");
@@ -29,12 +40,15 @@ std::string problemText(const problem_t& problem) {
     text += ':' + std::to_string(problem.line) + ':' +
             std::to_string(problem.column);
   }
-  text += problem.severity == severity_t::ERROR ? ": error: " : ": warning: ";
-  text += problem.text + '\n';
+  text += ": ";
+  text += isError ? inColour("error:", red, coloured)
+                  : inColour("warning:", magenta, coloured);
+  text += ' ' + problem.text + '\n';
   if (problem.excerpt) {
     const std::uint64_t indent = problem.column - problem.excerpt->firstColumn;
     text += printable(problem.excerpt->text) + '\n' +
-            std::string(static_cast<std::size_t>(indent), ' ') + "^\n";
+            std::string(static_cast<std::size_t>(indent), ' ') +
+            inColour("^", green, coloured) + '\n';
   }
   return text;
 }

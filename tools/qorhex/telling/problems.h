@@ -12,8 +12,9 @@
 
 /// Returns `problem` as lines of text: "<file>:<line>:<column>: error: <text>"
 /// (or "warning:"), and where the line is at hand the line and a caret below
-/// its column. A byte that cannot be printed is a dot.
-std::string problemText(const problem_t& problem);
+/// its column. A byte that cannot be printed is a dot. `coloured` text has
+/// "error:" in red, "warning:" in magenta and the caret in green.
+std::string problemText(const problem_t& problem, bool coloured = false);
 
 /// Returns the address that `start` names, in words.
 std::string startAddressText(const startAddress_t& start);
