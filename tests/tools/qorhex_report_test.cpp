@@ -33,7 +33,9 @@ std::string textOf(const report_t& report) {
 
 report_t describe(const ByteMap& bytes, const std::vector<region_t>& map) {
   const OwnedSegments image(bytes);
-  return describeImage(SegmentWalk(image.segments), nullptr, map, {});
+  report_t report;
+  describeImage(report, SegmentWalk(image.segments), nullptr, map, {});
+  return report;
 }
 
 TEST(Report, SegmentsHaveTheirChecksum) {
@@ -70,6 +72,19 @@ TEST(Report, ARegionCanHaveSeveralSegments) {
             "5-5 0x83dcefb7 high\n"
             "low 2\n"
             "high 1\n");
+}
+
+TEST(Report, AFailureNamesItsFileOnce) {
+  report_t report;
+  report.names = {"a\\b"};
+  noteFailure(report, "a\\x5cb: gone", SYSTEM_FAILED);
+  noteFailure(report, "out.bin: full", REFUSED);
+  EXPECT_EQ(report.status, REFUSED);
+  ASSERT_EQ(report.problems.size(), 2U);
+  EXPECT_EQ(report.problems[0].file, "a\\b");
+  EXPECT_EQ(report.problems[0].text, "gone");
+  EXPECT_EQ(report.problems[1].file, "a\\b");
+  EXPECT_EQ(report.problems[1].text, "out.bin: full");
 }
 
 TEST(Report, AllBytesCount) {

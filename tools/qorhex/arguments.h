@@ -66,6 +66,11 @@ struct arguments_t {
     return outputFolder || binaryFile || hexFile || pictureFile;
   }
 
+  /// Tells whether all that is known about an image is wanted.
+  bool isDescribing() const {
+    return longTable || pictureFile || format == format_t::JSON;
+  }
+
   /// Tells whether the segments are listed or dumped.
   bool isShowing() const {
     return !isWriting() || longTable || dumpedPerLine || format;

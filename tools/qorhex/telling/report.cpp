@@ -3,8 +3,10 @@
 #include "telling/report.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "image/crc32.h"
+#include "reading/names.h"
 
 namespace {
 
@@ -64,12 +66,12 @@ std::uint64_t report_t::size() const {
   return bytes;
 }
 
-report_t describeImage(SegmentWalk segments, const Sources* sources,
-                       const std::vector<region_t>& map,
-                       const std::vector<startAddress_t>& startAddresses) {
-  report_t report;
+void describeImage(report_t& report, SegmentWalk segments,
+                   const Sources* sources, const std::vector<region_t>& map,
+                   const std::vector<startAddress_t>& startAddresses) {
   report.regions = inOrder(map);
   report.startAddresses = startAddresses;
+  report.segments.clear();
   std::size_t nextRegion = 0;
   for (segment_t segment{}; segments.next(segment);) {
     segmentReport_t entry{
@@ -81,5 +83,27 @@ report_t describeImage(SegmentWalk segments, const Sources* sources,
     enterIntoRegions(entry, report.regions, nextRegion);
     report.segments.push_back(std::move(entry));
   }
-  return report;
+}
+
+void noteProblem(report_t& report, const problem_t& problem) {
+  report.problems.push_back({problem.severity,
+                             problem.file,
+                             problem.line,
+                             problem.column,
+                             problem.text,
+                             {}});
+}
+
+void noteFailure(report_t& report, const std::string& text,
+                 exitStatus_t status) {
+  const std::string& name = report.names.front();
+  const std::string subject = escapeName(name) + ": ";
+  const bool named = text.compare(0, subject.size(), subject) == 0;
+  report.problems.push_back({severity_t::ERROR,
+                             name,
+                             0,
+                             0,
+                             named ? text.substr(subject.size()) : text,
+                             {}});
+  report.status = status;
 }

@@ -77,11 +77,19 @@ struct report_t {
   std::uint64_t size() const;
 };
 
-/// Describes the image of `segments`, as they are now; `sources` knows their
-/// bytes, where it is given, and `map` is in any order. The caller adds names,
-/// status and problems.
-report_t describeImage(SegmentWalk segments, const Sources* sources,
-                       const std::vector<region_t>& map,
-                       const std::vector<startAddress_t>& startAddresses);
+/// Describes the image of `segments`, as they are now, in `report`: all but
+/// names, status and problems. `sources` knows the bytes, where it is given;
+/// `map` is in any order.
+void describeImage(report_t& report, SegmentWalk segments,
+                   const Sources* sources, const std::vector<region_t>& map,
+                   const std::vector<startAddress_t>& startAddresses);
+
+/// Adds `problem` to `report`, without the line.
+void noteProblem(report_t& report, const problem_t& problem);
+
+/// Adds to `report` what ended the work on its first FILE, with the `status`
+/// for it. `text` may begin with the name of that FILE, as messages do.
+void noteFailure(report_t& report, const std::string& text,
+                 exitStatus_t status);
 
 #endif  // QORHEX_REPORT_H
