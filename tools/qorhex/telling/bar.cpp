@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "image/gaps.h"
@@ -37,33 +38,51 @@ range_t addressesOf(const report_t& report) {
   return all;
 }
 
-// All that could be drawn short, in ascending order.
-std::vector<range_t> gapsOf(const report_t& report) {
-  std::vector<range_t> before;
-  std::vector<range_t> between;
-  std::vector<range_t> behind;
-  for (std::size_t i = 1; i < report.segments.size(); ++i) {
-    between.push_back(
-        gapBetween(report.segments[i - 1].range, report.segments[i].range));
-  }
-  for (std::size_t i = 1; i < report.regions.size(); ++i) {
-    const range_t& last = report.regions[i - 1].region.range;
-    const range_t& next = report.regions[i].region.range;
-    if (last.last + 1 == next.first) {
-      continue;
+// The gaps that are long enough to be drawn short, in ascending order. There
+// can be a million others.
+class LongGaps {
+ public:
+  explicit LongGaps(const report_t& described)
+      : report(described), data(described.size()) {
+    const std::vector<segmentReport_t>& segments = report.segments;
+    const std::uint64_t first =
+        segments.empty() ? lastAddress : segments.front().range.first;
+    const std::uint64_t last =
+        segments.empty() ? first : segments.back().range.last;
+    addHoles({0, first});
+    for (std::size_t i = 1; i < segments.size(); ++i) {
+      add(gapBetween(segments[i - 1].range, segments[i].range));
     }
-    const range_t gap = gapBetween(last, next);
-    if (report.segments.empty() ||
-        gap.first > report.segments.back().range.last) {
-      behind.push_back(gap);
-    } else if (gap.last < report.segments.front().range.first) {
-      before.push_back(gap);
+    addHoles({last, lastAddress});
+  }
+
+  std::vector<range_t> take(std::size_t most) {
+    return longestGaps(std::move(gaps), data, most);
+  }
+
+ private:
+  void add(const range_t& gap) {
+    if (gap.size() > data) {
+      gaps.push_back(gap);
     }
   }
-  before.insert(before.end(), between.begin(), between.end());
-  before.insert(before.end(), behind.begin(), behind.end());
-  return before;
-}
+
+  // Adds what lies between regions inside `part`.
+  void addHoles(const range_t& part) {
+    for (std::size_t i = 1; i < report.regions.size(); ++i) {
+      const range_t& before = report.regions[i - 1].region.range;
+      const range_t& after = report.regions[i].region.range;
+      if (before.last + 1 != after.first && before.last >= part.first &&
+          after.first <= part.last) {
+        add(gapBetween(before, after));
+      }
+    }
+  }
+
+  const report_t& report;
+  std::uint64_t data;
+  std::vector<range_t> gaps;
+};
 
 // Shares `cells` out in proportion to the addresses, one at least for each.
 void share(std::vector<part_t>& parts, std::size_t cells) {
@@ -97,7 +116,7 @@ std::vector<part_t> partsOf(const report_t& report, const range_t& all,
   // Each short gap comes with a cell of the part behind it.
   const std::size_t most = (width - 1) / (shortGapWidth + 1);
   std::vector<part_t> parts{{all, 0}};
-  for (const range_t& gap : longestGaps(gapsOf(report), report.size(), most)) {
+  for (const range_t& gap : LongGaps(report).take(most)) {
     parts.back().range.last = gap.first - 1;
     parts.push_back({{gap.last + 1, all.last}, 0});
   }

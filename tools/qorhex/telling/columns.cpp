@@ -5,7 +5,7 @@
 #include <algorithm>
 
 void appendRight(std::string& text, std::string_view word, std::size_t width) {
-  text.append(width - std::min(width, columnsOf(word)), ' ');
+  text.append(width - std::min(width, word.size()), ' ');
   text += word;
 }
 

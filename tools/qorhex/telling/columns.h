@@ -9,7 +9,8 @@
 #include <string>
 #include <string_view>
 
-/// Appends `word` to `text`, behind as many blanks as make it `width` columns.
+/// Appends `word`, which is ASCII, to `text`, behind as many blanks as make it
+/// `width` columns.
 void appendRight(std::string& text, std::string_view word, std::size_t width);
 
 /// Appends `word` to `text` and as many blanks as make it `width` columns.

@@ -23,6 +23,15 @@ std::uint32_t crc32Of(const segment_t& segment) {
   return checksum.value();
 }
 
+// A million of them would otherwise be moved about, and need twice the room.
+std::size_t countSegments(SegmentWalk segments) {
+  std::size_t count = 0;
+  for (segment_t segment{}; segments.next(segment);) {
+    ++count;
+  }
+  return count;
+}
+
 std::vector<regionReport_t> inOrder(const std::vector<region_t>& map) {
   std::vector<regionReport_t> regions;
   regions.reserve(map.size());
@@ -72,6 +81,7 @@ void describeImage(report_t& report, SegmentWalk segments,
   report.regions = inOrder(map);
   report.startAddresses = startAddresses;
   report.segments.clear();
+  report.segments.reserve(countSegments(segments));
   std::size_t nextRegion = 0;
   for (segment_t segment{}; segments.next(segment);) {
     segmentReport_t entry{
