@@ -93,14 +93,14 @@ void appendList(std::string& text, const Values& values) {
 void appendSource(std::string& text, const segmentReport_t& segment,
                   bool several) {
   if (!segment.source) {
-    text += ",\"source\":null";
+    text += R"(,"source":null)";
     return;
   }
   const auto& [first, last] = *segment.source;
-  text += ",\"source\":[" + std::to_string(first.line) + ',' +
+  text += R"(,"source":[)" + std::to_string(first.line) + ',' +
           std::to_string(last.line) + ']';
   if (several) {
-    text += ",\"sourceFiles\":[" + std::to_string(first.file) + ',' +
+    text += R"(,"sourceFiles":[)" + std::to_string(first.file) + ',' +
             std::to_string(last.file) + ']';
   }
 }
@@ -138,42 +138,42 @@ std::string jsonString(std::string_view bytes) {
 }
 
 JsonDocument::JsonDocument(textSink_t textSink)
-    : sink(std::move(textSink)), text("{\"version\":1,\"files\":[") {}
+    : sink(std::move(textSink)), text(R"({"version":1,"files":[)") {}
 
 void JsonDocument::add(const report_t& report) {
   separate();
-  text += "{\"name\":";
+  text += R"({"name":)";
   addNames(report);
-  text += ",\"status\":" + std::to_string(report.status);
-  text += ",\"segments\":[";
+  text += R"(,"status":)" + std::to_string(report.status);
+  text += R"(,"segments":[)";
   addSegments(report);
-  text += "],\"gaps\":[";
+  text += R"(],"gaps":[)";
   addGaps(report);
-  text += "],\"regions\":[";
+  text += R"(],"regions":[)";
   addRegions(report);
-  text += "],\"startAddresses\":[";
+  text += R"(],"startAddresses":[)";
   addStartAddresses(report);
-  text += "],\"problems\":[";
+  text += R"(],"problems":[)";
   addProblems(report);
   text += "]}";
 }
 
 void JsonDocument::beginDifferences() {
-  text += "],\"differences\":[";
+  text += R"(],"differences":[)";
   hasDifferences = true;
 }
 
 void JsonDocument::add(const difference_t& difference) {
   separate();
   addRange(difference.range);
-  text += ",\"kind\":\"";
+  text += R"(,"kind":")";
   text += nameOfKind(difference.kind);
-  text += "\"}";
+  text += R"("})";
   flush(ioPiece);
 }
 
 void JsonDocument::endDifferences(bool startAddressesDiffer) {
-  text += "],\"startAddressesDiffer\":";
+  text += R"(],"startAddressesDiffer":)";
   text += startAddressesDiffer ? "true" : "false";
 }
 
@@ -201,9 +201,9 @@ void JsonDocument::addSegments(const report_t& report) {
   for (const segmentReport_t& segment : report.segments) {
     separate();
     addRange(segment.range);
-    text += ",\"crc32\":" + std::to_string(segment.crc32);
+    text += R"(,"crc32":)" + std::to_string(segment.crc32);
     appendSource(text, segment, report.isMerged);
-    text += ",\"regions\":";
+    text += R"(,"regions":)";
     names.clear();
     for (const std::size_t region : segment.regions) {
       names.push_back(jsonString(report.regions[region].region.name));
@@ -227,10 +227,10 @@ void JsonDocument::addGaps(const report_t& report) {
 void JsonDocument::addRegions(const report_t& report) {
   for (const auto& [region, used] : report.regions) {
     separate();
-    text += "{\"name\":" + jsonString(region.name) +
-            ",\"first\":" + std::to_string(region.range.first) +
-            ",\"last\":" + std::to_string(region.range.last) +
-            ",\"used\":" + std::to_string(used) + '}';
+    text += R"({"name":)" + jsonString(region.name) + R"(,"first":)" +
+            std::to_string(region.range.first) + R"(,"last":)" +
+            std::to_string(region.range.last) + R"(,"used":)" +
+            std::to_string(used) + '}';
     flush(ioPiece);
   }
 }
@@ -238,8 +238,8 @@ void JsonDocument::addRegions(const report_t& report) {
 void JsonDocument::addStartAddresses(const report_t& report) {
   for (const startAddress_t& start : report.startAddresses) {
     separate();
-    text += "{\"type\":" + std::to_string(start.type) +
-            ",\"value\":" + std::to_string(start.value) + '}';
+    text += R"({"type":)" + std::to_string(start.type) + R"(,"value":)" +
+            std::to_string(start.value) + '}';
   }
 }
 
@@ -247,11 +247,11 @@ void JsonDocument::addProblems(const report_t& report) {
   for (const problem_t& problem : report.problems) {
     separate();
     const bool isError = problem.severity == severity_t::ERROR;
-    text += "{\"file\":" + jsonString(problem.file) +
-            ",\"line\":" + std::to_string(problem.line) +
-            ",\"column\":" + std::to_string(problem.column) +
-            ",\"severity\":\"" + (isError ? "error" : "warning") +
-            "\",\"text\":" + jsonString(problem.text) + '}';
+    text += R"({"file":)" + jsonString(problem.file) + R"(,"line":)" +
+            std::to_string(problem.line) + R"(,"column":)" +
+            std::to_string(problem.column) + R"(,"severity":")" +
+            (isError ? "error" : "warning") + R"(","text":)" +
+            jsonString(problem.text) + '}';
     flush(ioPiece);
   }
 }
@@ -265,9 +265,9 @@ void JsonDocument::separate() {
 
 // Leaves the object open.
 void JsonDocument::addRange(const range_t& range) {
-  text += "{\"first\":" + std::to_string(range.first) +
-          ",\"last\":" + std::to_string(range.last) +
-          ",\"size\":" + std::to_string(range.size());
+  text += R"({"first":)" + std::to_string(range.first) + R"(,"last":)" +
+          std::to_string(range.last) + R"(,"size":)" +
+          std::to_string(range.size());
 }
 
 void JsonDocument::flush(std::size_t least) {
