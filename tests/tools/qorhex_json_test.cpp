@@ -219,6 +219,31 @@ TEST_F(QorhexJson, MergedFilesAreOneEntry) {
             {});
 }
 
+TEST_F(QorhexJson, EachFaultOfMergedFilesHasItsFile) {
+  folder.write("a.hex", endLine);
+  folder.write("b.hex", ":00000001FE\n");
+  const processResult_t result =
+      run({"--format=json", "--merge", "none.hex", "a.hex", "b.hex"});
+  EXPECT_EQ(result.status, 4);
+  EXPECT_EQ(
+      result.out,
+      documentOf(
+          R"({"name":["none.hex","a.hex","b.hex"],"status":4,"segments":[],)"
+          R"("gaps":[],"regions":[],"startAddresses":[],"problems":[)" +
+          problemEntry("none.hex", 0, 0, "error", "No such file or directory") +
+          ',' +
+          problemEntry("b.hex", 1, 10, "error",
+                       textBehind(result.err, "b.hex:1:10: error: ")) +
+          "]}"));
+  expectSameErrors({"--merge", "none.hex", "a.hex", "b.hex"});
+}
+
+TEST_F(QorhexJson, CheckOfASoundFileTellsItsImage) {
+  folder.write("fw.hex", twoSegments);
+  expectRun({"--check", "--format=json", "fw.hex"}, 0,
+            documentOf(twoSegmentsEntry));
+}
+
 TEST_F(QorhexJson, CheckTellsEveryProblem) {
   folder.write("bad.hex", "x\n:00000001FE\n");
   folder.write("good.hex", endLine);

@@ -224,7 +224,7 @@ TEST_F(QorhexLong, MergedLinesHaveTheirFile) {
   folder.write("board.map", "rom 0+16\n");
   expectRun({"-l", "--merge", "--map=board.map", "a.hex", "b\x1b.hex"}, 0,
             "   no  first       last        size      crc-32      "
-            "lines                 region\n"
+            "lines                region\n"
             "    0  0x00000000  0x00000005     6  6B  0x4b8e39ef  "
             "a.hex:1-b\\x1b.hex:2  rom\n"
             "    -  0x00000006  0x00000007     2  2B  gap\n"

@@ -77,9 +77,9 @@ TEST(Report, ARegionCanHaveSeveralSegments) {
 TEST(Report, AFailureNamesItsFileOnce) {
   report_t report;
   report.names = {"a\\b"};
-  noteFailure(report, "a\\x5cb: gone", SYSTEM_FAILED);
-  noteFailure(report, "out.bin: full", REFUSED);
-  EXPECT_EQ(report.status, REFUSED);
+  noteFailure(report, "a\\x5cb: gone", REFUSED);
+  noteFailure(report, "out.bin: full", SYSTEM_FAILED);
+  EXPECT_EQ(report.status, SYSTEM_FAILED);
   ASSERT_EQ(report.problems.size(), 2U);
   EXPECT_EQ(report.problems[0].file, "a\\b");
   EXPECT_EQ(report.problems[0].text, "gone");

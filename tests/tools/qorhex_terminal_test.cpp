@@ -113,16 +113,44 @@ TEST_F(QorhexTerminal, ADumbTerminalHasNone) {
             plain({"bad.hex"}));
 }
 
+TEST_F(QorhexTerminal, CheckHasColoursOnStandardOutput) {
+  writeDamaged("bad.hex");
+  std::string coloured;
+  for (const char character : run({"--check", "bad.hex"}).out) {
+    coloured += character == '\n'  ? "\r\n"
+                : character == '^' ? "\x1b[1;32m^\x1b[0m"
+                                   : std::string(1, character);
+  }
+  const std::string word = "error:";
+  for (std::size_t at = 0;
+       (at = coloured.find(word, at)) != std::string::npos;) {
+    const std::string red = "\x1b[1;31merror:\x1b[0m";
+    coloured.replace(at, word.size(), red);
+    at += red.size();
+  }
+  EXPECT_EQ(shown({"--check", "bad.hex"}, 3), coloured);
+  EXPECT_NE(coloured.find("\x1b[1;31merror:"), std::string::npos);
+}
+
 TEST_F(QorhexTerminal, EachStreamGoesByItself) {
   writeDamaged("bad.hex");
-  PseudoTerminal terminal(columns);
-  const processResult_t result = run({"bad.hex"}, [&] {
+  const std::function<void()> asTerminal = [] {
     setenv("TERM", "xterm", 1);
     unsetenv("NO_COLOR");
+  };
+  PseudoTerminal terminal(columns);
+  expectRun({"bad.hex"}, 3, {}, run({"bad.hex"}).err, [&] {
+    asTerminal();
     terminal.become(STDOUT_FILENO);
   });
-  EXPECT_EQ(result.err.find('\x1b'), std::string::npos) << result.err;
   EXPECT_EQ(terminal.text(), "");
+  PseudoTerminal other(columns);
+  expectRun({"--check", "bad.hex"}, 3, run({"--check", "bad.hex"}).out, {},
+            [&] {
+              asTerminal();
+              other.become(STDERR_FILENO);
+            });
+  EXPECT_EQ(other.text(), "");
 }
 
 TEST_F(QorhexTerminal, NamesStayEscaped) {

@@ -20,6 +20,7 @@
 #include "telling/problem_log.h"
 #include "telling/problems.h"
 #include "telling/progress.h"
+#include "telling/terminal.h"
 
 namespace {
 
@@ -88,7 +89,7 @@ void readText(const arguments_t& arguments, const std::string& path,
 // Tells why the FILE `index` was not read.
 void leaveOut(const Failure& failure, std::size_t index, ProblemLog& log) {
   writeError(std::string("qorhex: ") + failure.what() + '\n');
-  log.leaveOut(index, failure.status);
+  log.leaveOut(index, failure);
 }
 
 image_t readStrictly(const arguments_t& arguments, const std::string& path,
@@ -214,7 +215,7 @@ std::optional<std::vector<region_t>> readMap(const arguments_t& arguments) {
   std::vector<region_t> regions =
       readRegions(text, [&sound](const problem_t& problem) {
         sound = false;
-        writeError(problemText(problem));
+        writeError(problemText(problem, hasColours(STDERR_FILENO)));
       });
   if (!sound) {
     return std::nullopt;

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <exception>
+#include <iterator>
 #include <new>
 #include <string>
 #include <vector>
@@ -17,6 +18,7 @@
 
 #include "arguments.h"
 #include "image/outside.h"
+#include "image/regions.h"
 #include "image/segments.h"
 #include "outputs.h"
 #include "inputs.h"
@@ -24,7 +26,10 @@
 #include "reading/failure.h"
 #include "reading/names.h"
 #include "telling/dump.h"
+#include "telling/json.h"
+#include "telling/long_table.h"
 #include "telling/messages.h"
+#include "telling/report.h"
 #include "telling/table.h"
 #include "writing/temporary.h"
 
@@ -50,52 +55,79 @@ bool isFolder(const std::string& path) {
   return S_ISDIR(status.st_mode);
 }
 
-// Lists or dumps the segments of `input`.
-void showInput(const arguments_t& arguments, const input_t& input) {
+// What all images of one call share.
+struct work_t {
+  const arguments_t& arguments;
+  std::vector<region_t> regions;
+  forbidden_t forbidden;
+  FilesInUse inUse;
+};
+
+// Shows `input` as text.
+void showInput(const arguments_t& arguments, const input_t& input,
+               const report_t& report) {
   if (arguments.files.size() > input.paths.size()) {
     writeOutput(escapeName(input.name()) + ":\n");
   }
   if (arguments.dumpedPerLine) {
     dumpSegments(input.walk(), *arguments.dumpedPerLine);
+  } else if (arguments.longTable) {
+    showLongTable(report);
   } else {
     listSegments(input.walk());
   }
 }
 
+// Describes `input`, of which nothing is reversed yet.
+void describe(const work_t& work, const input_t& input, report_t& report) {
+  report.status = input.status;
+  report.problems = input.problems;
+  if (input.image && work.arguments.isDescribing()) {
+    const Sources* const sources =
+        work.arguments.strict ? nullptr : &input.image->sources;
+    describeImage(report, input.walk(), sources, work.regions,
+                  input.image->startAddresses);
+  }
+}
+
 // Handles the FILEs `paths`, which make one image.
-exitStatus_t handleImage(const arguments_t& arguments,
-                         const std::vector<std::string>& paths,
-                         const forbidden_t& forbidden, FilesInUse& inUse) {
-  const input_t input = readInput(arguments, paths, forbidden);
+void handleImage(work_t& work, const std::vector<std::string>& paths,
+                 report_t& report) {
+  const arguments_t& arguments = work.arguments;
+  const input_t input = readInput(arguments, paths, work.forbidden);
+  describe(work, input, report);
   if (arguments.check || !input.image) {
-    return input.status;
+    return;
   }
   if (arguments.reverse) {
     reverseSegments(input.walk());
   }
   if (arguments.isWriting()) {
     writeFiles(arguments, paths.front(), *input.segments,
-               input.image->startAddresses, inUse);
+               input.image->startAddresses, work.inUse);
   }
-  if (arguments.isShowing()) {
-    showInput(arguments, input);
+  if (arguments.isShowing() && arguments.format != format_t::JSON) {
+    showInput(arguments, input, report);
   }
-  return input.status;
 }
 
-// Handles the image of `paths` and tells why it could not be.
-exitStatus_t statusOf(const arguments_t& arguments,
-                      const std::vector<std::string>& paths,
-                      const forbidden_t& forbidden, FilesInUse& inUse) {
+// Handles the image of `paths` and tells why it could not be; returns what is
+// told about it.
+report_t handleOrTell(work_t& work, const std::vector<std::string>& paths) {
+  report_t report;
+  report.isMerged = work.arguments.merge;
+  std::transform(paths.begin(), paths.end(), std::back_inserter(report.names),
+                 nameOf);
   try {
-    return handleImage(arguments, paths, forbidden, inUse);
+    handleImage(work, paths, report);
   } catch (const Failure& failure) {
     writeError(std::string("qorhex: ") + failure.what() + '\n');
-    return failure.status;
+    noteFailure(report, failure.what(), failure.status);
   } catch (const std::bad_alloc&) {
     messageAbout(namesOf(paths)) << "out of memory\n";
-    return SYSTEM_FAILED;
+    noteFailure(report, "out of memory", SYSTEM_FAILED);
   }
+  return report;
 }
 
 // The FILEs of each image.
@@ -119,15 +151,23 @@ exitStatus_t handleFiles(const arguments_t& arguments) {
   if (!regions) {
     return REFUSED;
   }
-  const forbidden_t forbidden = forbiddenBy(arguments, *regions);
   std::vector<std::string> inputs = arguments.files;
   if (arguments.mapFile) {
     inputs.push_back(*arguments.mapFile);
   }
-  FilesInUse inUse(inputs);
+  work_t work{arguments, *regions, forbiddenBy(arguments, *regions),
+              FilesInUse(inputs)};
+  JsonDocument document(writeOutput);
   exitStatus_t highest = ALL_WELL;
   for (const std::vector<std::string>& paths : imagesOf(arguments)) {
-    highest = std::max(highest, statusOf(arguments, paths, forbidden, inUse));
+    const report_t report = handleOrTell(work, paths);
+    highest = std::max(highest, report.status);
+    if (arguments.format == format_t::JSON) {
+      document.add(report);
+    }
+  }
+  if (arguments.format == format_t::JSON) {
+    document.finish();
   }
   return highest;
 }

@@ -5,10 +5,13 @@
 #include <algorithm>
 #include <utility>
 
+#include <unistd.h>
+
 #include "reading/names.h"
 #include "reading/number_text.h"
 #include "telling/messages.h"
 #include "telling/problems.h"
+#include "telling/terminal.h"
 
 ProblemLog::ProblemLog(problemStyle_t problemStyle,
                        std::vector<std::string> fileNames)
@@ -26,17 +29,20 @@ void ProblemLog::take(const problem_t& problem) {
     problems.push_back(problem);
   }
   if (!style.all) {
-    writeError(problemText(problem));
+    writeError(problemText(problem, hasColours(STDERR_FILENO)));
     if (isError && (inLines || isAllOver())) {
       throw Refusal(problem);
     }
   } else if (!style.silent && names.size() == 1) {
-    writeOutput(problemText(problem));
+    writeOutput(problemText(problem, hasColours(STDOUT_FILENO)));
   }
 }
 
-void ProblemLog::leaveOut(std::size_t index, exitStatus_t status) {
-  counts[index].leftOut = status;
+void ProblemLog::leaveOut(std::size_t index, const Failure& failure) {
+  counts[index].leftOut = failure.status;
+  if (style.kept) {
+    problems.push_back(failureProblem(names[index], failure.what(), index));
+  }
 }
 
 void ProblemLog::finish() {
@@ -77,7 +83,7 @@ void ProblemLog::tellSorted() const {
     for (; names.size() > 1 && problem != problems.end() &&
            problem->fileIndex == i;
          ++problem) {
-      writeOutput(problemText(*problem));
+      writeOutput(problemText(*problem, hasColours(STDOUT_FILENO)));
     }
     if (counts[i].leftOut == ALL_WELL) {
       writeOutput(escapeName(names[i]) + ": " +

@@ -40,8 +40,9 @@ class ProblemLog {
   /// Says that all FILEs are read.
   void endLines() { inLines = false; }
 
-  /// Takes note that the FILE `index` could not be read; it gets no summary.
-  void leaveOut(std::size_t index, exitStatus_t status);
+  /// Takes note that the FILE `index` could not be read, and why; it gets no
+  /// summary.
+  void leaveOut(std::size_t index, const Failure& failure);
 
   /// Tells the summary of each FILE, when all problems are told.
   void finish();

@@ -53,6 +53,19 @@ std::string problemText(const problem_t& problem, bool coloured) {
   return text;
 }
 
+problem_t failureProblem(const std::string& name, const std::string& text,
+                         std::size_t fileIndex) {
+  const std::string subject = escapeName(name) + ": ";
+  const bool named = text.compare(0, subject.size(), subject) == 0;
+  return {severity_t::ERROR,
+          name,
+          0,
+          0,
+          named ? text.substr(subject.size()) : text,
+          {},
+          fileIndex};
+}
+
 std::string startAddressText(const startAddress_t& start) {
   if (start.type == 5) {
     return "start address " + hexText(start.value, 8);

@@ -6,13 +6,13 @@
 #include <utility>
 
 #include "image/crc32.h"
-#include "reading/names.h"
+#include "telling/problems.h"
 
 namespace {
 
 sourceLine_t sourceOf(const Sources& sources, std::uint64_t address) {
   const place_t place = sources.of(static_cast<std::uint32_t>(address));
-  return {0, place.line};
+  return {place.file, place.line};
 }
 
 std::uint32_t crc32Of(const segment_t& segment) {
@@ -95,25 +95,8 @@ void describeImage(report_t& report, SegmentWalk segments,
   }
 }
 
-void noteProblem(report_t& report, const problem_t& problem) {
-  report.problems.push_back({problem.severity,
-                             problem.file,
-                             problem.line,
-                             problem.column,
-                             problem.text,
-                             {}});
-}
-
 void noteFailure(report_t& report, const std::string& text,
                  exitStatus_t status) {
-  const std::string& name = report.names.front();
-  const std::string subject = escapeName(name) + ": ";
-  const bool named = text.compare(0, subject.size(), subject) == 0;
-  report.problems.push_back({severity_t::ERROR,
-                             name,
-                             0,
-                             0,
-                             named ? text.substr(subject.size()) : text,
-                             {}});
-  report.status = status;
+  report.problems.push_back(failureProblem(report.names.front(), text, 0));
+  report.status = std::max(report.status, status);
 }

@@ -84,9 +84,6 @@ void describeImage(report_t& report, SegmentWalk segments,
                    const Sources* sources, const std::vector<region_t>& map,
                    const std::vector<startAddress_t>& startAddresses);
 
-/// Adds `problem` to `report`, without the line.
-void noteProblem(report_t& report, const problem_t& problem);
-
 /// Adds to `report` what ended the work on its first FILE, with the `status`
 /// for it. `text` may begin with the name of that FILE, as messages do.
 void noteFailure(report_t& report, const std::string& text,
