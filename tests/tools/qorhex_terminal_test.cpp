@@ -41,6 +41,15 @@ std::string replaced(std::string text, const std::string& word,
   return text.replace(text.find(word), word.size(), by);
 }
 
+// `text` with the line ends of a terminal.
+std::string onTerminal(const std::string& text) {
+  std::string shown;
+  for (const char character : text) {
+    shown += character == '\n' ? "\r\n" : std::string(1, character);
+  }
+  return shown;
+}
+
 class QorhexTerminal : public QorhexProgram {
  protected:
   // Runs the program with standard output and standard error on one terminal
@@ -66,11 +75,7 @@ class QorhexTerminal : public QorhexProgram {
   // Returns what standard error is without a terminal, with the line ends of
   // one.
   std::string plain(const std::vector<std::string>& arguments) const {
-    std::string text;
-    for (const char character : run(arguments).err) {
-      text += character == '\n' ? "\r\n" : std::string(1, character);
-    }
-    return text;
+    return onTerminal(run(arguments).err);
   }
 
   // Makes a damaged file.
@@ -114,22 +119,11 @@ TEST_F(QorhexTerminal, ADumbTerminalHasNone) {
 }
 
 TEST_F(QorhexTerminal, CheckHasColoursOnStandardOutput) {
-  writeDamaged("bad.hex");
-  std::string coloured;
-  for (const char character : run({"--check", "bad.hex"}).out) {
-    coloured += character == '\n'  ? "\r\n"
-                : character == '^' ? "\x1b[1;32m^\x1b[0m"
-                                   : std::string(1, character);
-  }
-  const std::string word = "error:";
-  for (std::size_t at = 0;
-       (at = coloured.find(word, at)) != std::string::npos;) {
-    const std::string red = "\x1b[1;31merror:\x1b[0m";
-    coloured.replace(at, word.size(), red);
-    at += red.size();
-  }
-  EXPECT_EQ(shown({"--check", "bad.hex"}, 3), coloured);
-  EXPECT_NE(coloured.find("\x1b[1;31merror:"), std::string::npos);
+  folder.write("bad.hex", ":00000001FE\n" + endLine);
+  EXPECT_EQ(shown({"--check", "bad.hex"}, 3),
+            replaced(replaced(onTerminal(run({"--check", "bad.hex"}).out),
+                              "error:", "\x1b[1;31merror:\x1b[0m"),
+                     "^", "\x1b[1;32m^\x1b[0m"));
 }
 
 TEST_F(QorhexTerminal, EachStreamGoesByItself) {
@@ -212,6 +206,13 @@ TEST_F(QorhexTerminal, AnErrorRemovesTheBar) {
   writeDamaged("bad.hex");
   EXPECT_EQ(shown({"--progress", "bad.hex"}, 3, noColour),
             bar("bad.hex: read") + removal() + plain({"bad.hex"}));
+}
+
+TEST_F(QorhexTerminal, WhatCheckTellsRemovesTheBar) {
+  writeDamaged("bad.hex");
+  EXPECT_EQ(shown({"--check", "--progress", "bad.hex"}, 3, noColour),
+            bar("bad.hex: read") + removal() +
+                onTerminal(run({"--check", "bad.hex"}).out));
 }
 
 TEST_F(QorhexTerminal, OfAPipeTheEndAloneIsShown) {
