@@ -51,11 +51,12 @@ TEST_F(QorhexChoosing, RangesAreAUnionInAnyOrder) {
 }
 
 TEST_F(QorhexChoosing, EveryOutputTakesTheRangesOnly) {
-  expectRun({"--range=0x12-0x21", "-x", "-r", "-o", ".", "-b", "all.bin",
-             "--fill=0x2e", "fw.hex"},
-            0,
-            "0x00000012: 68 67 66 65 64 63\n\n"
-            "0x00000020: 6a 69\n");
+  expectRun(
+      {"--range=0x12-0x21", "-x", "-r", "-o", ".", "-b", "all.bin",
+       "--fill=0x2e", "fw.hex"},
+      0,
+      "0x00000012: 68 67 66 65 64 63                                |hgfedc|\n\n"
+      "0x00000020: 6a 69                                            |ji|\n");
   EXPECT_EQ(folder.read("fw-00000012.bin"), "hgfedc");
   EXPECT_EQ(folder.read("fw-00000020.bin"), "ji");
   EXPECT_EQ(folder.read("all.bin"), "hgfedc........ji");
@@ -124,13 +125,15 @@ TEST_F(QorhexChoosing, PadIsBoundByTheLargestSize) {
 TEST_F(QorhexChoosing, TheLastAddressBelongsToRanges) {
   folder.write("top.hex",
                upperLine(0xFFFF) + dataLine(0xFFFC, "wxyz") + endLine);
-  expectRun({"--range=0xfffffffe-0xffffffff", "-x", "top.hex"}, 0,
-            "0xfffffffe: 79 7a\n");
+  expectRun(
+      {"--range=0xfffffffe-0xffffffff", "-x", "top.hex"}, 0,
+      "0xfffffffe: 79 7a                                            |yz|\n");
 }
 
 TEST_F(QorhexChoosing, TheLibrarysImageIsCroppedToo) {
-  expectRun({"--strict", "--range=0x11+2", "-x", "fw.hex"}, 0,
-            "0x00000011: 62 63\n");
+  expectRun(
+      {"--strict", "--range=0x11+2", "-x", "fw.hex"}, 0,
+      "0x00000011: 62 63                                            |bc|\n");
 }
 
 }  // namespace

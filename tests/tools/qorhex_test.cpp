@@ -588,13 +588,13 @@ const std::string alphabetText =
     dataRecord(0x100, "abcdefghijklmnopqrst") + endRecord;
 
 const char alphabetDump[] =
-    "0x00000100: 61 62 63 64 65 66 67 68 69 6a 6b 6c 6d 6e 6f 70\n"
-    "0x00000110: 71 72 73 74\n";
+    "0x00000100: 61 62 63 64 65 66 67 68 69 6a 6b 6c 6d 6e 6f 70  |abcdefghijklmnop|\n"
+    "0x00000110: 71 72 73 74                                      |qrst|\n";
 
 const char alphabetDumpOfEight[] =
-    "0x00000100: 61 62 63 64 65 66 67 68\n"
-    "0x00000108: 69 6a 6b 6c 6d 6e 6f 70\n"
-    "0x00000110: 71 72 73 74\n";
+    "0x00000100: 61 62 63 64 65 66 67 68  |abcdefgh|\n"
+    "0x00000108: 69 6a 6b 6c 6d 6e 6f 70  |ijklmnop|\n"
+    "0x00000110: 71 72 73 74              |qrst|\n";
 
 TEST_F(Qorhex, DumpShowsTheBytesBehindTheirAddress) {
   folder.write("fw.hex", alphabetText);
@@ -613,7 +613,9 @@ TEST_F(Qorhex, DumpTakesTheNumberOfBytesPerLine) {
   }
   EXPECT_EQ(run({"-x4096", "fw.hex"}).out,
             "0x00000100: 61 62 63 64 65 66 67 68 69 6a 6b 6c 6d 6e 6f 70 71 72 "
-            "73 74\n");
+            "73 74" +
+                std::string(4076 * std::size_t{3}, ' ') +
+                "  |abcdefghijklmnopqrst|\n");
 }
 
 TEST_F(Qorhex, DumpTakesANumberApartFromItAsAFile) {
@@ -627,10 +629,10 @@ TEST_F(Qorhex, DumpTakesANumberApartFromItAsAFile) {
 TEST_F(Qorhex, DumpOfOneBytePerLine) {
   folder.write("fw.hex", sampleText);
   EXPECT_EQ(run({"-x1", "fw.hex"}).out,
-            "0x00000100: 41\n"
-            "0x00000101: 42\n"
-            "0x00000102: 43\n"
-            "0x00000103: 44\n");
+            "0x00000100: 41  |A|\n"
+            "0x00000101: 42  |B|\n"
+            "0x00000102: 43  |C|\n"
+            "0x00000103: 44  |D|\n");
 }
 
 TEST_F(Qorhex, DumpRunsOnAcross64KiB) {
@@ -638,11 +640,12 @@ TEST_F(Qorhex, DumpRunsOnAcross64KiB) {
                              baseRecord(4, 0x0801) + dataRecord(0, "ghijkl") +
                              endRecord);
   EXPECT_EQ(run({"-x4", "fw.hex"}).out,
-            "0x0800fffa: 61 62 63 64\n"
-            "0x0800fffe: 65 66 67 68\n"
-            "0x08010002: 69 6a 6b 6c\n");
-  EXPECT_EQ(run({"-x", "fw.hex"}).out,
-            "0x0800fffa: 61 62 63 64 65 66 67 68 69 6a 6b 6c\n");
+            "0x0800fffa: 61 62 63 64  |abcd|\n"
+            "0x0800fffe: 65 66 67 68  |efgh|\n"
+            "0x08010002: 69 6a 6b 6c  |ijkl|\n");
+  EXPECT_EQ(
+      run({"-x", "fw.hex"}).out,
+      "0x0800fffa: 61 62 63 64 65 66 67 68 69 6a 6b 6c              |abcdefghijkl|\n");
 }
 
 TEST_F(Qorhex, DumpPutsAnEmptyLineBetweenSegments) {
@@ -650,12 +653,12 @@ TEST_F(Qorhex, DumpPutsAnEmptyLineBetweenSegments) {
                              baseRecord(4, 0xFFFF) + dataRecord(0xFFFD, "xyz") +
                              endRecord);
   EXPECT_EQ(run({"-x4", "fw.hex"}).out,
-            "0x00000000: 61 62 63 64\n"
-            "0x00000004: 65\n"
+            "0x00000000: 61 62 63 64  |abcd|\n"
+            "0x00000004: 65           |e|\n"
             "\n"
-            "0x00000006: 67 68\n"
+            "0x00000006: 67 68        |gh|\n"
             "\n"
-            "0xfffffffd: 78 79 7a\n");
+            "0xfffffffd: 78 79 7a     |xyz|\n");
 }
 
 TEST_F(Qorhex, DumpShowsReversedBytesAtThePlaceOfTheirSegment) {
@@ -663,10 +666,10 @@ TEST_F(Qorhex, DumpShowsReversedBytesAtThePlaceOfTheirSegment) {
                              dataRecord(0, "cd") + dataRecord(6, "xyz") +
                              endRecord);
   EXPECT_EQ(run({"-rx3", "fw.hex"}).out,
-            "0x0000fffe: 64 63 62\n"
-            "0x00010001: 61\n"
+            "0x0000fffe: 64 63 62  |dcb|\n"
+            "0x00010001: 61        |a|\n"
             "\n"
-            "0x00010006: 7a 79 78\n");
+            "0x00010006: 7a 79 78  |zyx|\n");
 }
 
 TEST_F(Qorhex, DumpNamesSeveralFiles) {
@@ -674,12 +677,13 @@ TEST_F(Qorhex, DumpNamesSeveralFiles) {
   folder.write("b.hex", endRecord);
   folder.write("c d.hex", dataRecord(0, "x") + endRecord);
   const processResult_t result = run({"-x", "--", "a.hex", "b.hex", "c d.hex"});
-  EXPECT_EQ(result.out,
-            "a.hex:\n"
-            "0x00000100: 41 42 43 44\n"
-            "b.hex:\n"
-            "c d.hex:\n"
-            "0x00000000: 78\n");
+  EXPECT_EQ(
+      result.out,
+      "a.hex:\n"
+      "0x00000100: 41 42 43 44                                      |ABCD|\n"
+      "b.hex:\n"
+      "c d.hex:\n"
+      "0x00000000: 78                                               |x|\n");
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.status, 0);
 }
@@ -696,7 +700,9 @@ TEST_F(Qorhex, DumpStandsBesideTheFiles) {
   folder.write("fw.hex", sampleText);
   const processResult_t result =
       run({"-x", "-o", ".", "-b", "fw.bin", "fw.hex"});
-  EXPECT_EQ(result.out, "0x00000100: 41 42 43 44\n");
+  EXPECT_EQ(
+      result.out,
+      "0x00000100: 41 42 43 44                                      |ABCD|\n");
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(folder.read("fw.bin"), "ABCD");
@@ -758,10 +764,10 @@ TEST_F(Qorhex, DumpIsNotHeldInMemory) {
   folder.write("fw.hex", textOf(size));
   const processResult_t listing = run({"fw.hex"});
   const processResult_t dump = run({"-x1", "fw.hex"});
-  EXPECT_EQ(dump.out.size(), size * 15);
-  EXPECT_EQ(dump.out.substr(dump.out.size() - 30),
-            "0x0007fffe: fe\n"
-            "0x0007ffff: ff\n");
+  EXPECT_EQ(dump.out.size(), size * 20);
+  EXPECT_EQ(dump.out.substr(dump.out.size() - 40),
+            "0x0007fffe: fe  |.|\n"
+            "0x0007ffff: ff  |.|\n");
   EXPECT_LT(dump.peakMemory - listing.peakMemory, 2 << 10);
 }
 

@@ -16,6 +16,19 @@
 
 namespace {
 
+// What printPrintable() makes of each byte: asking it once is faster than for
+// every line.
+std::string shownBytes() {
+  std::string bytes;
+  for (unsigned i = 0; i < 256; ++i) {
+    bytes += static_cast<char>(i);
+  }
+  std::ostringstream text;
+  text.exceptions(std::ios_base::badbit);  // lets std::bad_alloc through
+  printPrintable(text, bytes);
+  return text.str();
+}
+
 // Collects the text and writes it in pieces, so that a dump of any length
 // takes little memory and ends soon where nobody takes it.
 class DumpText {
@@ -61,7 +74,13 @@ class DumpText {
     const unsigned char* const first = line.data();
     hexdump(text, first, first + line.size(), prefix.c_str(), lineSize,
             HEXDUMP_NONE, false);
-    text << '\n';
+    column.assign((lineSize - line.size()) * charactersPerByte, ' ');
+    column += "  |";
+    for (const unsigned char byte : line) {
+      column += shown[byte];
+    }
+    column += "|\n";
+    text << column;
     next += line.size();
     line.clear();
   }
@@ -72,8 +91,12 @@ class DumpText {
   }
 
  private:
+  static constexpr std::size_t charactersPerByte = 3;  // a blank, two digits
+
   std::size_t lineSize;
   std::vector<unsigned char> line;
+  std::string column;
+  const std::string shown{shownBytes()};
   std::uint64_t next{0};
   std::ostringstream text;
 };
