@@ -838,8 +838,9 @@ const badText_t badTexts[] = {
      ":0401000041\xC3\xBC"
      "24344F1\n",
      "1:12", noDigit, ":0401000041..24344F1"},
-    {"NulInside", std::string(":04010000\0001424344F1\n", 20), "1:10", noDigit,
-     ":04010000.1424344F1"},
+    {"NulInside",
+     dataRecord(0, "a") + std::string(":04010000\0001424344F1\n", 20), "2:10",
+     noDigit, ":04010000.1424344F1"},
     {"EscapeSequenceInside", ":0401\x1b[31m0000\n", "1:6", noDigit,
      ":0401.[31m0000"},
     {"SecondStartCode", "::0401000041424344F1\n", "1:2", noDigit,
@@ -1013,15 +1014,17 @@ TEST_F(Qorhex, ALongLineTakesNoMemory) {
 }
 
 TEST_F(Qorhex, AHugeLineIsRefusedWithoutBeingRead) {
-  folder.write("huge.hex", ":");
+  folder.write("huge.hex", dataRecord(0, "a") + ":");
   ASSERT_EQ(truncate(folder.path("huge.hex").c_str(), off_t{1} << 40U), 0);
-  expectRefusal({"huge.hex"}, "huge.hex:1:2: error: not a hex digit\n:" +
+  expectRefusal({"huge.hex"}, "huge.hex:2:2: error: not a hex digit\n:" +
                                   std::string(79, '.') + "\n ^\n");
 }
 
 TEST_F(Qorhex, AnEndlessDeviceIsRefusedAtOnce) {
   expectRefusal({"/dev/zero"},
-                "/dev/zero:1:1: error: no start code ':' at the beginning\n" +
+                "/dev/zero:1:1: error: these are raw bytes; objcopy -I binary "
+                "-O ihex --change-addresses=<address> makes Intel HEX of "
+                "them\n" +
                     std::string(80, '.') + "\n^\n");
 }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "reading/file_kind.h"
 #include "reading/number_text.h"
 
 namespace {
@@ -309,6 +310,9 @@ RecordReader::step_t RecordReader::checkLine(unsigned char* room,
       body.size) {
     return takeRecord(head, room, piece);
   }
+  if (reportOtherKind()) {
+    return step_t::END;
+  }
   const damage_t damage = describeDamage(body);
   refuse(damage.at, damage.text, mayBeAddress(body));
   if (line.isOpen) {
@@ -347,6 +351,25 @@ void RecordReader::reportMissingEnd() {
   const std::uint64_t size = line.isLong ? longLine.size() : line.text.size();
   number = std::max<std::uint64_t>(number, 1);
   report(severity_t::ERROR, size + 1, "the text ends without an end record");
+}
+
+// Reports what the text is if it is known as no Intel HEX; the line at hand is
+// no record.
+bool RecordReader::reportOtherKind() {
+  if (firstFilledLine(input.beginning()) != number) {
+    return false;
+  }
+  const char* const kind = otherKind(input.beginning());
+  if (kind == nullptr) {
+    return false;
+  }
+  problem_t problem{severity_t::ERROR, input.name(), 1, 1, kind, {}};
+  if (number == 1) {
+    problem.excerpt =
+        line.isLong ? longLine.excerpt(1) : excerptOf(line.text, 1);
+  }
+  sink(problem);
+  return true;
 }
 
 void RecordReader::report(severity_t severity, std::uint64_t column,

@@ -58,7 +58,9 @@ using startCheck_t = std::function<std::string(const startAddress_t&)>;
 ///
 /// Every problem goes to a sink. Where that returns, the damaged record adds no
 /// bytes; behind one that may have said where data goes, data is checked but
-/// not given, until the next record that says so.
+/// not given, until the next record that says so. A text whose first line of
+/// all makes it known as something else than Intel HEX has that one problem,
+/// at its beginning, and is not read on.
 class RecordReader {
  public:
   /// Reads `text`, which like `problemSink` stays for the life of the reader.
@@ -107,6 +109,7 @@ class RecordReader {
   step_t checkLine(unsigned char* room, piece_t& piece);
   void warnAboutRest();
   void reportMissingEnd();
+  bool reportOtherKind();
   void report(severity_t severity, std::uint64_t column,
               const std::string& text);
   void refuse(std::uint64_t at, const std::string& text, bool address);

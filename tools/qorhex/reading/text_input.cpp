@@ -2,6 +2,7 @@
 
 #include "reading/text_input.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -10,6 +11,7 @@
 #include <unistd.h>
 
 #include "reading/failure.h"
+#include "reading/file_kind.h"
 #include "reading/names.h"
 #include "reading/record.h"
 
@@ -51,6 +53,10 @@ bool TextInput::readMore() {
       readSome(file.get(), front + kept, pieceSize - kept, fileName);
   if (count == 0) {
     return false;
+  }
+  if (firstBytes.size() < kindRoom) {
+    firstBytes.append(front + kept,
+                      std::min(count, kindRoom - firstBytes.size()));
   }
   begin = 0;
   end = kept + count;

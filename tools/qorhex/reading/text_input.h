@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "reading/descriptor.h"
@@ -31,6 +32,9 @@ class TextInput {
 
   /// Returns the size in bytes, 0 where it is not known beforehand.
   std::uint64_t size() const { return bytes; }
+
+  /// Returns the first `kindRoom` bytes, as far as they were read.
+  std::string_view beginning() const { return firstBytes; }
 
   /// Has `observer` called with the number of bytes of every piece.
   void watch(std::function<void(std::size_t)> observer);
@@ -61,6 +65,7 @@ class TextInput {
   bool regular{false};
   std::uint64_t bytes{0};
   std::function<void(std::size_t)> watcher;
+  std::string firstBytes;
   std::vector<char> buffer;
   std::size_t begin{0};
   std::size_t end{0};
