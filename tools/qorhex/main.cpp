@@ -104,7 +104,7 @@ void handleImage(work_t& work, const std::vector<std::string>& paths,
   }
   if (arguments.isWriting()) {
     writeFiles(arguments, paths.front(), *input.segments,
-               input.image->startAddresses, work.inUse);
+               input.image->startAddresses, report, work.inUse);
   }
   if (arguments.isShowing() && arguments.format != format_t::JSON) {
     showInput(arguments, input, report);

@@ -10,6 +10,7 @@
 #include "reading/names.h"
 #include "reading/number_text.h"
 #include "telling/messages.h"
+#include "telling/picture.h"
 #include "telling/progress.h"
 #include "writing/binary.h"
 #include "writing/hex_text.h"
@@ -60,6 +61,14 @@ void writeHex(OutputFile& out, const arguments_t& arguments,
   progress.finish();
 }
 
+void writePicture(OutputFile& out, const arguments_t& arguments,
+                  const report_t& report) {
+  Progress progress(arguments.progress, out.target().name, "written", 0);
+  const std::string text = pictureOf(report);
+  out.append(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+  progress.finish();
+}
+
 // What --binary covers; refused beyond --max-size.
 span_t checkSpan(const arguments_t& arguments, const std::string& path,
                  const std::vector<segment_t>& segments) {
@@ -94,7 +103,8 @@ std::string segmentFileName(const std::string& folder, const std::string& path,
 
 void writeFiles(const arguments_t& arguments, const std::string& path,
                 const std::vector<segment_t>& segments,
-                const std::vector<startAddress_t>& starts, FilesInUse& inUse) {
+                const std::vector<startAddress_t>& starts,
+                const report_t& report, FilesInUse& inUse) {
   OutputSet outputs;
   if (arguments.outputFolder) {
     for (const segment_t& segment : segments) {
@@ -113,6 +123,10 @@ void writeFiles(const arguments_t& arguments, const std::string& path,
     outputs.add(*arguments.hexFile, [&](OutputFile& out) {
       writeHex(out, arguments, segments, starts);
     });
+  }
+  if (arguments.pictureFile) {
+    outputs.add(*arguments.pictureFile,
+                [&](OutputFile& out) { writePicture(out, arguments, report); });
   }
   outputs.write(inUse);
   if (arguments.verbosity > 0) {
