@@ -10,6 +10,7 @@
 #include <iterator>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -25,6 +26,7 @@
 #include "reading/descriptor.h"
 #include "reading/failure.h"
 #include "reading/names.h"
+#include "telling/difference_text.h"
 #include "telling/dump.h"
 #include "telling/json.h"
 #include "telling/long_table.h"
@@ -61,6 +63,8 @@ struct work_t {
   std::vector<region_t> regions;
   forbidden_t forbidden;
   FilesInUse inUse;
+  // What --diff compares.
+  std::vector<input_t> compared;
 };
 
 // Shows `input` as text.
@@ -94,9 +98,13 @@ void describe(const work_t& work, const input_t& input, report_t& report) {
 void handleImage(work_t& work, const std::vector<std::string>& paths,
                  report_t& report) {
   const arguments_t& arguments = work.arguments;
-  const input_t input = readInput(arguments, paths, work.forbidden);
+  input_t input = readInput(arguments, paths, work.forbidden);
   describe(work, input, report);
   if (arguments.check || !input.image) {
+    return;
+  }
+  if (arguments.diff) {
+    work.compared.push_back(std::move(input));
     return;
   }
   if (arguments.reverse) {
@@ -143,6 +151,20 @@ std::vector<std::vector<std::string>> imagesOf(const arguments_t& arguments) {
   return images;
 }
 
+// Tells where the two images of --diff differ, when both are there.
+exitStatus_t compare(const work_t& work, JsonDocument& document) {
+  if (work.compared.size() != 2) {
+    return ALL_WELL;
+  }
+  const auto sideOf = [](const input_t& input) {
+    return compared_t{input.name(), input.walk(), input.image->startAddresses};
+  };
+  const bool differ = tellDifferences(
+      sideOf(work.compared[0]), sideOf(work.compared[1]),
+      work.arguments.format == format_t::JSON ? &document : nullptr);
+  return differ ? DIFFERENT : ALL_WELL;
+}
+
 exitStatus_t handleFiles(const arguments_t& arguments) {
   if (arguments.outputFolder && !isFolder(*arguments.outputFolder)) {
     throwSystemError(*arguments.outputFolder);
@@ -155,8 +177,11 @@ exitStatus_t handleFiles(const arguments_t& arguments) {
   if (arguments.mapFile) {
     inputs.push_back(*arguments.mapFile);
   }
-  work_t work{arguments, *regions, forbiddenBy(arguments, *regions),
-              FilesInUse(inputs)};
+  work_t work{arguments,
+              *regions,
+              forbiddenBy(arguments, *regions),
+              FilesInUse(inputs),
+              {}};
   JsonDocument document(writeOutput);
   exitStatus_t highest = ALL_WELL;
   for (const std::vector<std::string>& paths : imagesOf(arguments)) {
@@ -166,6 +191,7 @@ exitStatus_t handleFiles(const arguments_t& arguments) {
       document.add(report);
     }
   }
+  highest = std::max(highest, compare(work, document));
   if (arguments.format == format_t::JSON) {
     document.finish();
   }

@@ -110,3 +110,21 @@ bool writeDifferences(const compared_t& first, const compared_t& second) {
   lines.flush();
   return true;
 }
+
+bool tellDifferences(const compared_t& first, const compared_t& second,
+                     JsonDocument* document) {
+  if (document == nullptr) {
+    return writeDifferences(first, second);
+  }
+  bool different =
+      startAddressesDiffer(first.startAddresses, second.startAddresses);
+  document->beginDifferences();
+  findDifferences(first.segments, second.segments,
+                  [&](const difference_t& difference) {
+                    document->add(difference);
+                    different = true;
+                  });
+  document->endDifferences(
+      startAddressesDiffer(first.startAddresses, second.startAddresses));
+  return different;
+}

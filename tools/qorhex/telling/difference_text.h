@@ -10,6 +10,7 @@
 
 #include "image/segments.h"
 #include "reading/record_reader.h"
+#include "telling/json.h"
 
 /// One of two images that are compared.
 struct compared_t {
@@ -32,5 +33,9 @@ struct compared_t {
 ///
 /// Throws Failure when standard output does not take the text.
 bool writeDifferences(const compared_t& first, const compared_t& second);
+
+/// Does the same in `document`, behind its files, where one is given.
+bool tellDifferences(const compared_t& first, const compared_t& second,
+                     JsonDocument* document);
 
 #endif  // QORHEX_DIFFERENCE_TEXT_H
