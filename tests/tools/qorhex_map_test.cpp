@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include <sys/stat.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -156,15 +156,14 @@ TEST_F(QorhexMap, AMapThatCannotBeReadIsStatusFour) {
 
 TEST_F(QorhexMap, StandardInputCanBeTheMap) {
   folder.write("map", "boot 0x100-0x1ff\nboot 0-1\n");
-  expectRun(
-      {"--map=-", "fw.hex"}, 3, {},
-      "<stdin>:2:1: error: the name is that of line 1 already\n"
-      "boot 0-1\n"
-      "^\n",
-      [this] {
-        ::close(0);
-        static_cast<void>(std::freopen(folder.path("map").c_str(), "r", stdin));
-      });
+  expectRun({"--map=-", "fw.hex"}, 3, {},
+            "<stdin>:2:1: error: the name is that of line 1 already\n"
+            "boot 0-1\n"
+            "^\n",
+            [this] {
+              ::close(0);
+              static_cast<void>(::open(folder.path("map").c_str(), O_RDONLY));
+            });
 }
 
 TEST_F(QorhexMap, AnOutputThatIsTheMapIsRefused) {
