@@ -266,6 +266,32 @@ TEST(MergeTexts, ARecordOfWhichEveryByteConflictsIsStillToldOnce) {
             "all; --force accepts that");
 }
 
+// All pairs of one address, by a look at every pair; and of many that agree
+// each is told against the one that does not.
+TEST(MergeTexts, PairsAreToldInTheOrderOfTheirLines) {
+  std::string text;
+  for (unsigned i = 0; i < 40; ++i) {
+    text += hexRecord(0, 0, {static_cast<unsigned char>(i % 3)}) + '\n';
+  }
+  std::vector<std::string> expected;
+  for (unsigned later = 0; later < 40; ++later) {
+    for (unsigned earlier = 0; earlier < later; ++earlier) {
+      if (later % 3 != earlier % 3) {
+        expected.push_back(std::to_string(later + 1) +
+                           " a:" + std::to_string(earlier + 1));
+      }
+    }
+  }
+  std::vector<std::string> told;
+  for (const problem_t& problem :
+       readTexts({text + ":00000001FF\n"}, false).problems) {
+    const std::size_t at = problem.text.find("a:");
+    told.push_back(std::to_string(problem.line) + ' ' +
+                   problem.text.substr(at, problem.text.find(',') - at));
+  }
+  EXPECT_EQ(told, expected);
+}
+
 // Two FILEs alike: their lines and addresses would go on from one to the other.
 TEST(MergeTexts, RunsOfPlacesEndWithTheirText) {
   const auto makeText = [](unsigned first, unsigned blankLines) {

@@ -185,6 +185,7 @@ TEST_F(QorhexOptions, WhatGoesTogetherIsTaken) {
       {"-l", "-l", "a"},
       {"-x", "-x8", "a"},
       {"-c", "-m", "--format=json", "a", "a"},
+      {"-bx", "--ihex=y", "-o.", "-m", "a", "a"},
       {"-bx", "-l", "a"},
       {"-b-", "a"},
       {"--strict", "--force", "-bx", "a"},

@@ -125,7 +125,8 @@ image_t readTexts(const arguments_t& arguments,
     return {};
   }
   try {
-    return reader.finish(sink);
+    return reader.finish(
+        sink, [&log](std::size_t index) { return log.wants(index); });
   } catch (const Refusal&) {
     return {};
   }

@@ -47,7 +47,7 @@ void ImageBuilder::beginFile() {
 }
 
 void ImageBuilder::finish(bool force, const std::vector<std::string>& names,
-                          const byteProblemSink_t& sink) {
+                          const byteProblems_t& sink) {
   if (kept) {
     kept->sort();
     image.merged = mergePieces(*kept, blocks, force, names, sink);

@@ -45,7 +45,7 @@ class ImageBuilder {
 
   /// Merges what overlaps and makes the last block; see mergePieces().
   void finish(bool force, const std::vector<std::string>& names,
-              const byteProblemSink_t& sink);
+              const byteProblems_t& sink);
 
  private:
   void keepAll(const piece_t& piece);

@@ -42,7 +42,8 @@ void ImageReader::read(TextInput& text, std::size_t index,
   }
 }
 
-image_t ImageReader::finish(const problemSink_t& sink) {
+image_t ImageReader::finish(const problemSink_t& sink,
+                            std::function<bool(std::size_t)> wants) {
   const std::vector<outside_t> strays = outside.sorted();
   auto stray = strays.begin();
   const auto tellUpTo = [&](std::uint64_t address) {
@@ -50,11 +51,14 @@ image_t ImageReader::finish(const problemSink_t& sink) {
       sink(outsideProblem(*stray, rules.forbidden, names[stray->file]));
     }
   };
-  builder.finish(rules.force, names,
-                 [&](std::uint64_t address, const problem_t& problem) {
-                   tellUpTo(address);
-                   sink(problem);
-                 });
+  if (!wants) {
+    wants = [](std::size_t) { return true; };
+  }
+  const auto take = [&](std::uint64_t address, const problem_t& problem) {
+    tellUpTo(address);
+    sink(problem);
+  };
+  builder.finish(rules.force, names, {take, std::move(wants)});
   tellUpTo(lastAddress);
   return std::move(image);
 }

@@ -6,6 +6,7 @@
 #define QORHEX_IMAGE_READER_H
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -44,9 +45,11 @@ class ImageReader {
   /// image.
   void read(TextInput& text, std::size_t index, const problemSink_t& sink);
 
-  /// Merges all and returns the image; nothing may be called afterwards.
-  /// Throws what `sink` throws.
-  image_t finish(const problemSink_t& sink);
+  /// Merges all and returns the image; nothing may be called afterwards. Where
+  /// `wants` is given, problems of a text for which it returns false may be
+  /// left out. Throws what `sink` throws.
+  image_t finish(const problemSink_t& sink,
+                 std::function<bool(std::size_t index)> wants = {});
 
  private:
   std::string takeStart(const startAddress_t& start);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <map>
 #include <vector>
 
 #include "reading/names.h"
@@ -16,6 +17,10 @@ constexpr std::size_t lookAhead = 16;
 
 unsigned char byteAt(const keptPiece_t& piece, std::uint64_t address) {
   return piece.bytes[address - piece.address];
+}
+
+bool comesFirst(const keptPiece_t& a, const keptPiece_t& b) {
+  return a.key < b.key;
 }
 
 // The first address that two pieces with a conflict give different bytes.
@@ -44,7 +49,7 @@ class Merging {
  public:
   Merging(const KeptPieces& sorted, BlockMaker& maker, bool acceptConflicts,
           const std::vector<std::string>& textNames,
-          const byteProblemSink_t& problemSink)
+          const byteProblems_t& problemSink)
       : pieces(sorted),
         blocks(maker),
         force(acceptConflicts),
@@ -131,29 +136,41 @@ class Merging {
   }
 
   // Reports the pairs whose first conflict is at `address`, in the order of the
-  // later lines.
+  // later lines. The pieces are kept by what they say there, so that many that
+  // agree cost little.
   void report(std::uint64_t address) const {
-    std::vector<keptPiece_t> covering;
-    for (std::size_t i = pieces.firstAround(address);
-         i != pieces.size() && pieces.address(i) <= address; ++i) {
-      if (pieces[i].end() > address) {
-        covering.push_back(pieces[i]);
-      }
-    }
-    std::sort(covering.begin(), covering.end(),
-              [](const keptPiece_t& a, const keptPiece_t& b) {
-                return a.key < b.key;
-              });
-    for (const keptPiece_t& later : covering) {
-      for (const keptPiece_t& earlier : covering) {
-        if (&earlier == &later) {
-          break;
+    std::map<unsigned char, std::vector<keptPiece_t>> said;
+    for (const keptPiece_t& later : covering(address)) {
+      const unsigned char byte = byteAt(later, address);
+      if (sink.wants(pieces.places().fileOf(later.key))) {
+        std::vector<keptPiece_t> contradicted;
+        for (const auto& [other, earlier] : said) {
+          if (other != byte) {
+            contradicted.insert(contradicted.end(), earlier.begin(),
+                                earlier.end());
+          }
         }
-        if (byteAt(later, address) != byteAt(earlier, address)) {
+        std::sort(contradicted.begin(), contradicted.end(), comesFirst);
+        for (const keptPiece_t& earlier : contradicted) {
           reportPair(later, earlier, address);
         }
       }
+      said[byte].push_back(later);
     }
+  }
+
+  // The pieces that have `address`, in the order of texts and lines.
+  std::vector<keptPiece_t> covering(std::uint64_t address) const {
+    std::vector<keptPiece_t> found;
+    for (std::size_t i = pieces.firstAround(address);
+         i != pieces.size() && pieces.address(i) <= address; ++i) {
+      const keptPiece_t piece = pieces[i];
+      if (piece.end() > address) {
+        found.push_back(piece);
+      }
+    }
+    std::sort(found.begin(), found.end(), comesFirst);
+    return found;
   }
 
   void reportPair(const keptPiece_t& later, const keptPiece_t& earlier,
@@ -174,20 +191,20 @@ class Merging {
         escapeName(names[other.file]) + ':' + std::to_string(other.line) +
         ", " + countText(countConflicts(later, earlier, address), "byte") +
         " in all; --force accepts that";
-    sink(address, {severity_t::ERROR,
-                   names[where.file],
-                   where.line,
-                   where.column,
-                   text,
-                   {},
-                   where.file});
+    sink.take(address, {severity_t::ERROR,
+                        names[where.file],
+                        where.line,
+                        where.column,
+                        text,
+                        {},
+                        where.file});
   }
 
   const KeptPieces& pieces;
   BlockMaker& blocks;
   bool force;
   const std::vector<std::string>& names;
-  const byteProblemSink_t& sink;
+  const byteProblems_t& sink;
   std::uint64_t start{0};
   std::size_t size{0};
   cell_t cells[maxRecordData]{};
@@ -198,6 +215,6 @@ class Merging {
 
 mergeCount_t mergePieces(const KeptPieces& pieces, BlockMaker& blocks,
                          bool force, const std::vector<std::string>& names,
-                         const byteProblemSink_t& sink) {
+                         const byteProblems_t& sink) {
   return Merging(pieces, blocks, force, names, sink).merge();
 }

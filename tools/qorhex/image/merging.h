@@ -6,6 +6,7 @@
 #ifndef QORHEX_MERGING_H
 #define QORHEX_MERGING_H
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -23,10 +24,14 @@ struct mergeCount_t {
   std::uint64_t conflicting{0};
 };
 
-/// Takes a problem with the bytes of an image, and the address of the first of
-/// them.
-using byteProblemSink_t =
-    std::function<void(std::uint64_t address, const problem_t& problem)>;
+/// Where problems with the bytes of an image go.
+struct byteProblems_t {
+  /// Takes a problem and the address of the first of its bytes.
+  std::function<void(std::uint64_t address, const problem_t& problem)> take;
+  /// Tells whether the text `file` has room for one more; else its problems
+  /// may be left out.
+  std::function<bool(std::size_t file)> wants;
+};
 
 /// Puts every byte of the sorted `pieces` of the texts `names` into `blocks`
 /// once.
@@ -39,6 +44,6 @@ using byteProblemSink_t =
 /// lines.
 mergeCount_t mergePieces(const KeptPieces& pieces, BlockMaker& blocks,
                          bool force, const std::vector<std::string>& names,
-                         const byteProblemSink_t& sink);
+                         const byteProblems_t& sink);
 
 #endif  // QORHEX_MERGING_H

@@ -20,7 +20,7 @@ ProblemLog::ProblemLog(problemStyle_t problemStyle,
 // With several FILEs the problems of each are told together, when all are read.
 void ProblemLog::take(const problem_t& problem) {
   count_t& count = counts[problem.fileIndex];
-  if (!style.all && count.errors != 0) {
+  if (!wants(problem.fileIndex)) {
     return;
   }
   const bool isError = problem.severity == severity_t::ERROR;

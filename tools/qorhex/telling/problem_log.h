@@ -37,6 +37,11 @@ class ProblemLog {
   /// Never when all are told.
   void take(const problem_t& problem);
 
+  /// Tells whether anything more is told of the FILE `index`.
+  bool wants(std::size_t index) const {
+    return style.all || counts[index].errors == 0;
+  }
+
   /// Says that all FILEs are read.
   void endLines() { inLines = false; }
 
