@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -87,11 +86,13 @@ class LongGaps {
 
 // Shares `cells` out in proportion to the addresses, one at least for each.
 void share(std::vector<part_t>& parts, std::size_t cells) {
-  const auto addresses =
-      std::accumulate(parts.begin(), parts.end(), std::uint64_t{0},
-                      [](std::uint64_t sum, const part_t& part) {
-                        return sum + part.range.size();
-                      });
+  std::uint64_t addresses = 0;
+  for (const part_t& part : parts) {
+    addresses += part.range.size();
+  }
+  if (addresses == 0) {
+    return;  // never: a range has an address
+  }
   std::size_t shared = 0;
   for (part_t& part : parts) {
     part.cells = std::max<std::size_t>(
