@@ -96,6 +96,20 @@ TEST_F(QorhexDiff, RangesLimitWhatIsCompared) {
   expectRun({"--diff", "--range=1-3", "old.hex", "new.hex"}, 0, {});
 }
 
+TEST_F(QorhexDiff, DataOutsideOfTheMapIsRefusedInEachFile) {
+  folder.write("old.hex", dataLine(0, "ab") + endLine);
+  folder.write("new.hex", dataLine(0, "ab") + dataLine(0x100, "c") + endLine);
+  folder.write("board.map", "flash 0x0-0xff\n");
+  expectRun({"--diff", "--map=board.map", "old.hex", "new.hex"}, 3, {},
+            "new.hex:2:10: error: data at 0x00000100 is outside of all "
+            "regions, 1 byte in all; move it or extend the map, whose nearest "
+            "region is flash, 0x00000000-0x000000ff\n" +
+                dataLine(0x100, "c") + "         ^\n");
+  expectRun(
+      {"--diff", "--map=board.map", "--range=0-0xff", "old.hex", "new.hex"}, 0,
+      {});
+}
+
 TEST_F(QorhexDiff, WhatIsWrongWithEachFileIsTold) {
   folder.write("old.hex", dataLine(0, "ab") + endLine);
   folder.write("bad.hex", dataLine(0, "ab"));

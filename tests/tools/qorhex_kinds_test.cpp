@@ -72,6 +72,19 @@ TEST_P(QorhexKinds, IsNamedForWhatItIs) {
   expectRun({"fw.hex"}, 3, {}, "fw.hex:1:1: error: " + GetParam().text);
 }
 
+// Under --check each of the lines that follow would have one of its own. Text
+// in UTF-16 is only known by all of its characters.
+TEST_P(QorhexKinds, HasNoOtherProblem) {
+  const kind_t& kind = GetParam();
+  const bool wide = kind.name == std::string("Utf16WithoutAMark");
+  folder.write("fw.hex", kind.bytes + (wide ? kind.bytes : "\nrubbish\n:zz\n"));
+  folder.write("good.hex", endLine);
+  expectRun({"--check", "fw.hex", "good.hex"}, 3,
+            "fw.hex:1:1: error: " + kind.text +
+                "fw.hex: 1 error, 0 warnings\n"
+                "good.hex: 0 errors, 0 warnings\n");
+}
+
 TEST_P(QorhexKinds, IsNamedInAPipeToo) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
