@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 
 #include "tools/qorhex_program.h"
@@ -88,6 +91,52 @@ TEST_F(QorhexMerging, ConflictsNameBothFilesAndLines) {
   // Of over.hex the first one only, in the order of addresses.
   expectRun({"-m", "boot.hex", "app.hex", "over.hex"}, 3, {}, inOver);
   EXPECT_THAT(folder.names(), ElementsAre("app.hex", "boot.hex", "over.hex"));
+}
+
+TEST_F(QorhexMerging, EveryFileInConflictIsTold) {
+  folder.write("late.hex",
+               dataLine(0x21, "NoP") + dataLine(0, "ABCD") + endLine);
+  expectRun({"-m", "app.hex", "boot.hex", "over.hex", "late.hex"}, 3, {},
+            "late.hex:2:10: error: byte 0x41 at 0x00000000 conflicts with 0x61 "
+            "of boot.hex:1, 4 bytes in all; --force accepts that\n"
+            "over.hex:1:12: error: byte 0x48 at 0x00000013 conflicts with 0x68 "
+            "of boot.hex:2, 1 byte in all; --force accepts that\n");
+}
+
+TEST_F(QorhexMerging, StandardInputIsAFileLikeTheOthers) {
+  const auto asInput = [this] {
+    ::close(0);
+    static_cast<void>(::open(folder.path("over.hex").c_str(), O_RDONLY));
+  };
+  expectRun(
+      {"-mp", "-b", "all.bin", "--force", "--range=0x12+4", "boot.hex", "-"}, 0,
+      {},
+      "qorhex: boot.hex: read 100%\n"
+      "qorhex: <stdin>: read 100%\n"
+      "qorhex: boot.hex, <stdin>: 1 conflicting byte accepted "
+      "(--force)\n"
+      "qorhex: all.bin: written 100%\n",
+      asInput);
+  EXPECT_EQ(folder.read("all.bin"), "gHiJ");
+  expectRun({"-m", "-o", ".", "--range=0x14+1", "-", "app.hex"}, 3, {},
+            "app.hex:1:12: error: byte 0x6a at 0x00000015 conflicts with 0x4a "
+            "of <stdin>:1, 1 byte in all; --force accepts that\n",
+            asInput);
+  expectRun({"-m", "-o", ".", "--range=0x14+1", "-"}, 0, {}, {}, asInput);
+  EXPECT_EQ(folder.read("stdin-00000014.bin"), "i");
+}
+
+TEST_F(QorhexMerging, HostileNamesAreEscaped) {
+  folder.write("\x1b[2J.hex", dataLine(0x12, "gHiJ") + endLine);
+  expectRun({"-m", "\x1b[2J.hex", "boot.hex"}, 3, {},
+            "boot.hex:2:16: error: byte 0x68 at 0x00000013 conflicts with 0x48 "
+            "of \\x1b[2J.hex:1, 1 byte in all; --force accepts that\n");
+  expectRun({"-m", "--force", "--range=0+1", "\x1b[2J.hex", "boot.hex"}, 0,
+            "   no  first       last        size\n"
+            "    0  0x00000000  0x00000000  1  1B\n"
+            "total                          1  1B\n",
+            "qorhex: \\x1b[2J.hex, boot.hex: 1 conflicting byte accepted "
+            "(--force)\n");
 }
 
 TEST_F(QorhexMerging, CheckTellsEachFileItsConflicts) {

@@ -141,7 +141,7 @@ void tellAbout(const image_t& image, const arguments_t& arguments,
       messageAbout(name) << startAddressText(start) << '\n';
     }
     for (const startAddress_t& replaced : image.replacedStarts) {
-      if (replaced.type == start.type) {
+      if (replaced.type == start.type && replaced.value != start.value) {
         messageAbout(nameOf(input.paths[replaced.file]))
             << startAddressText(replaced) << " gives way to that of "
             << escapeName(name) << " (--force)\n";
