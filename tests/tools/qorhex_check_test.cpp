@@ -113,6 +113,28 @@ TEST_F(QorhexCheck, ConflictsComeByAddressBehindAllDamage) {
               "fw.hex: 5 errors, 0 warnings\n");
 }
 
+// A record that wraps inside its segment is two pieces, but one record.
+TEST_F(QorhexCheck, RecordsThatWrapAreOnePairToo) {
+  const std::string segment = recordLine(2, 0, {0x10, 0});
+  expectCheck(segment + dataLine(0xfffe, "abcdef") + dataLine(0xffff, "BCD") +
+                  "\n" + dataLine(0xfffd, "?Abcd") + dataLine(1, "XY") +
+                  endLine,
+              3,
+              "fw.hex:3:12: error: byte 0x43 at 0x00010000 conflicts with 0x63 "
+              "of fw.hex:2, 3 bytes in all; --force accepts that\n"
+              "fw.hex:5:16: error: byte 0x63 at 0x00010000 conflicts with 0x43 "
+              "of fw.hex:3, 3 bytes in all; --force accepts that\n"
+              "fw.hex:6:10: error: byte 0x58 at 0x00010001 conflicts with 0x64 "
+              "of fw.hex:2, 2 bytes in all; --force accepts that\n"
+              "fw.hex:6:10: error: byte 0x58 at 0x00010001 conflicts with 0x44 "
+              "of fw.hex:3, 1 byte in all; --force accepts that\n"
+              "fw.hex:6:10: error: byte 0x58 at 0x00010001 conflicts with 0x64 "
+              "of fw.hex:5, 1 byte in all; --force accepts that\n"
+              "fw.hex:5:12: error: byte 0x41 at 0x0001fffe conflicts with 0x61 "
+              "of fw.hex:2, 1 byte in all; --force accepts that\n"
+              "fw.hex: 6 errors, 0 warnings\n");
+}
+
 TEST_F(QorhexCheck, BehindADamagedAddressDataIsCheckedForFormAlone) {
   const std::string warning =
       "warning: data behind this line is checked for form alone, until a "

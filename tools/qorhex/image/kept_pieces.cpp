@@ -25,6 +25,12 @@ void KeptPieces::add(const piece_t& piece) {
   index.push_back(std::uint64_t{piece.address} << 32U | key);
   textPlaces.add(key, piece);
   used += 1 + piece.size;
+  const half_t half{key, piece.address, piece.line};
+  if (piece.line == latest.line) {
+    halves.emplace(key, latest);
+    halves.emplace(latest.key, half);
+  }
+  latest = half;
 }
 
 // Twelve bits at a time from the lowest (LSD radix sort), leaving out those
@@ -52,9 +58,22 @@ void KeptPieces::sort() {
 }
 
 keptPiece_t KeptPieces::operator[](std::size_t i) const {
-  const auto key = static_cast<std::uint32_t>(index[i]);
+  return pieceAt(address(i), static_cast<std::uint32_t>(index[i]));
+}
+
+std::optional<keptPiece_t> KeptPieces::otherHalf(
+    const keptPiece_t& piece) const {
+  const auto half = halves.find(piece.key);
+  if (half == halves.end()) {
+    return std::nullopt;
+  }
+  return pieceAt(half->second.address, half->second.key);
+}
+
+keptPiece_t KeptPieces::pieceAt(std::uint32_t address,
+                                std::uint32_t key) const {
   const unsigned char* const bytes = at(key);
-  return {address(i), bytes[-1], bytes, key};
+  return {address, bytes[-1], bytes, key};
 }
 
 std::size_t KeptPieces::firstAround(std::uint64_t address) const {

@@ -7,7 +7,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "image/places.h"
@@ -39,7 +41,10 @@ class KeptPieces {
   unsigned char* room();
 
   /// Begins the next text; the first one has begun.
-  void beginFile() { textPlaces.beginFile(); }
+  void beginFile() {
+    textPlaces.beginFile();
+    latest = {};
+  }
 
   /// Takes `piece`, whose bytes are at room().
   void add(const piece_t& piece);
@@ -52,6 +57,10 @@ class KeptPieces {
 
   /// The piece `i`, by the order that there is.
   keptPiece_t operator[](std::size_t i) const;
+
+  /// Returns the other piece of the record that has `piece`; nothing where that
+  /// is all of it.
+  std::optional<keptPiece_t> otherHalf(const keptPiece_t& piece) const;
 
   /// Begins to fetch the piece `i` from memory.
   void prefetch(std::size_t i) const {
@@ -80,12 +89,23 @@ class KeptPieces {
     return chunks[key / chunkSize].get() + key % chunkSize;
   }
 
+  // A piece of a record that wraps, or may do so.
+  struct half_t {
+    std::uint32_t key;
+    std::uint32_t address;
+    std::uint64_t line;
+  };
+
+  keptPiece_t pieceAt(std::uint32_t address, std::uint32_t key) const;
+
   // Each piece lies behind a byte with its size, at its key.
   std::vector<std::unique_ptr<unsigned char[]>> chunks;
   std::size_t used{chunkSize};
   // The address, and below it the key.
   std::vector<std::uint64_t> index;
   Places textPlaces;
+  half_t latest{};
+  std::map<std::uint32_t, half_t> halves;  // the other one, by the key of each
 };
 
 #endif  // QORHEX_KEPT_PIECES_H

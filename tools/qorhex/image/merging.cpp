@@ -7,6 +7,7 @@
 #include <map>
 #include <vector>
 
+#include "image/numbers.h"
 #include "reading/names.h"
 #include "reading/number_text.h"
 
@@ -23,26 +24,32 @@ bool comesFirst(const keptPiece_t& a, const keptPiece_t& b) {
   return a.key < b.key;
 }
 
-// The first address that two pieces with a conflict give different bytes.
-std::uint64_t firstConflict(const keptPiece_t& one, const keptPiece_t& two) {
+// Tells whether `address` is the first that two pieces with a conflict there
+// give different bytes.
+bool isFirstConflict(const keptPiece_t& one, const keptPiece_t& two,
+                     std::uint64_t address) {
   std::uint64_t at = std::max(one.address, two.address);
   while (byteAt(one, at) == byteAt(two, at)) {
     ++at;
   }
-  return at;
+  return at == address;
 }
 
-// The number of such addresses from `first` on.
-std::uint64_t countConflicts(const keptPiece_t& one, const keptPiece_t& two,
-                             std::uint64_t first) {
+// Where pieces or records contradict each other.
+struct conflict_t {
+  std::uint64_t first;
+  std::uint64_t size;
+};
+
+void addConflicts(const keptPiece_t& one, const keptPiece_t& two,
+                  conflict_t& conflict) {
   const std::uint64_t end = std::min(one.end(), two.end());
-  std::uint64_t count = 0;
-  for (std::uint64_t at = first; at < end; ++at) {
+  for (std::uint64_t at = std::max(one.address, two.address); at < end; ++at) {
     if (byteAt(one, at) != byteAt(two, at)) {
-      ++count;
+      conflict.first = std::min(conflict.first, at);
+      ++conflict.size;
     }
   }
-  return count;
 }
 
 class Merging {
@@ -173,9 +180,32 @@ class Merging {
     return found;
   }
 
+  // Compares the records that the two pieces are from.
+  conflict_t compareRecords(const keptPiece_t& one,
+                            const keptPiece_t& two) const {
+    const auto piecesOf = [this](const keptPiece_t& piece) {
+      std::vector<keptPiece_t> all{piece};
+      if (const auto other = pieces.otherHalf(piece)) {
+        all.push_back(*other);
+      }
+      return all;
+    };
+    conflict_t conflict{lastAddress, 0};
+    for (const keptPiece_t& ofOne : piecesOf(one)) {
+      for (const keptPiece_t& ofTwo : piecesOf(two)) {
+        addConflicts(ofOne, ofTwo, conflict);
+      }
+    }
+    return conflict;
+  }
+
   void reportPair(const keptPiece_t& later, const keptPiece_t& earlier,
                   std::uint64_t address) const {
-    if (firstConflict(later, earlier) != address) {
+    if (!isFirstConflict(later, earlier, address)) {
+      return;
+    }
+    const conflict_t conflict = compareRecords(later, earlier);
+    if (conflict.first != address) {
       return;
     }
     const auto place = [&](const keptPiece_t& piece) {
@@ -184,13 +214,13 @@ class Merging {
     };
     const place_t where = place(later);
     const place_t other = place(earlier);
-    const std::string text =
-        "byte " + hexText(byteAt(later, address), 2) + " at " +
-        hexText(address, 8) + " conflicts with " +
-        hexText(byteAt(earlier, address), 2) + " of " +
-        escapeName(names[other.file]) + ':' + std::to_string(other.line) +
-        ", " + countText(countConflicts(later, earlier, address), "byte") +
-        " in all; --force accepts that";
+    const std::string text = "byte " + hexText(byteAt(later, address), 2) +
+                             " at " + hexText(address, 8) + " conflicts with " +
+                             hexText(byteAt(earlier, address), 2) + " of " +
+                             escapeName(names[other.file]) + ':' +
+                             std::to_string(other.line) + ", " +
+                             countText(conflict.size, "byte") +
+                             " in all; --force accepts that";
     sink.take(address, {severity_t::ERROR,
                         names[where.file],
                         where.line,
