@@ -2,13 +2,15 @@
 # SPDX-License-Identifier: MIT
 #
 # Makes the reference of the public headers with Doxygen, in build/docs, and
-# fails for every name that has no documentation.
+# fails for every name that has no documentation, and for whatever mandoc finds
+# in the manual pages.
 
 # shellcheck source-path=SCRIPTDIR
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 noArguments "$@"
-scripts/packages.sh g++ cmake ninja-build doxygen libxml2-utils
+scripts/packages.sh g++ cmake ninja-build doxygen libxml2-utils mandoc
+mandoc -T lint tools/qorhex/*.[17]
 prepareBuild docs
 rm -rf build/docs/docs
 cmake --preset docs

@@ -29,7 +29,7 @@ packagesFor() {
 }
 
 scripts/packages.sh g++ cmake ninja-build pkgconf libgtest-dev libgmock-dev \
-  zlib1g-dev python3-jsonschema
+  zlib1g-dev git python3 python3-jsonschema
 for preset in "${@:-dev}"; do
   read -ra packages < <(packagesFor "$preset") || true
   scripts/packages.sh "${packages[@]}"

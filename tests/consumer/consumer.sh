@@ -167,6 +167,7 @@ components() {
     echo tools/bin/qorhex
     echo tools/share/man/man1/qorhex.1
     echo tools/share/qorutil/qorhex.schema.json
+    echo tools/share/man/man7/qorhex-examples.7
   } | LC_ALL=C sort >components/expected.txt
   (cd components && find runtime development tools ! -type d |
     grep -v "^development/$libdir/cmake/qorutil/qorutil[A-Za-z-]*\.cmake$" |
