@@ -20,6 +20,7 @@ done
 # installed beside cross compilers.
 packagesFor() {
   case $1 in
+    dev) echo zsh fish ;;  # which complete qorhex's options
     clang) echo clang ;;
     clang-asan) echo clang libclang-rt-dev ;;
     m32) echo "g++-$(g++ -dumpversion)-multilib googletest" ;;

@@ -168,6 +168,9 @@ components() {
     echo tools/share/man/man1/qorhex.1
     echo tools/share/qorutil/qorhex.schema.json
     echo tools/share/man/man7/qorhex-examples.7
+    echo tools/share/bash-completion/completions/qorhex
+    echo tools/share/zsh/site-functions/_qorhex
+    echo tools/share/fish/vendor_completions.d/qorhex.fish
   } | LC_ALL=C sort >components/expected.txt
   (cd components && find runtime development tools ! -type d |
     grep -v "^development/$libdir/cmake/qorutil/qorutil[A-Za-z-]*\.cmake$" |
