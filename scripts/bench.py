@@ -185,6 +185,68 @@ def rowsTool():
           roundsNote())
 
 
+def peersAmong(*names):
+    """Those that are installed; tells of the others."""
+    for name in names:
+        if not shutil.which(name):
+            print(f"{name} is not installed: its row is left out.\n")
+    return [name for name in names if shutil.which(name)]
+
+
+def rowsLooking():
+    """What reads an image and does something else with it, beside --binary, and
+    the peers that do the same."""
+    if not tool():
+        print("qorhex is not there: its rows are left out.\n")
+        return
+    source = image(*sizes(16 * MIB))
+    target = f"{out}/again.hex"
+    commands = {
+        "qorhex --binary": binaryCommand("qorhex", source),
+        "qorhex --check": [tool(), "--check", source],
+        "qorhex --long": [tool(), "--long", source],
+        "qorhex --ihex": [tool(), f"--ihex={target}", source],
+    }
+    peers = {
+        "srec_info": ["srec_info", source, "-intel"],
+        "srec_cat": ["srec_cat", source, "-intel", "-o", target, "-intel"],
+    }
+    for peer in peersAmong(*peers):
+        commands[f"{peer}, as {'--ihex' if peer == 'srec_cat' else '--long'}"] \
+            = peers[peer]
+    times = rounds(list(commands.values()))
+    rows = [[name, ms(taken), spread(taken, times[0])]
+            for name, taken in zip(commands, times)]
+    table(f"qorhex, {sizeText(*sizes(16 * MIB))}: what is not written as binary",
+          ["program", "time", "program / qorhex --binary"], rows, roundsNote())
+
+
+def rowsDiff():
+    """Two equal images, so that all of both is compared."""
+    if not tool():
+        print("qorhex is not there: its rows are left out.\n")
+        return
+    source = image(*sizes(16 * MIB))
+    other = f"{out}/other.hex"
+    shutil.copy(source, other)
+    commands = {
+        "qorhex --diff": [tool(), "--diff", source, other],
+        "srec_cmp": ["srec_cmp", source, "-intel", other, "-intel"],
+    }
+    peers = peersAmong("srec_cmp")
+    commands = {name: command for name, command in commands.items()
+                if name in ["qorhex --diff"] + peers}
+    times = rounds([binaryCommand("qorhex", source),
+                    binaryCommand("qorhex", other)] + list(commands.values()))
+    both = [one + two for one, two in zip(times[0], times[1])]
+    rows = [[name, ms(taken), spread(taken, both)]
+            for name, taken in [("qorhex --binary, both files", both)] +
+            list(zip(commands, times[2:]))]
+    table(f"qorhex --diff, two files of {sizeText(*sizes(16 * MIB))}",
+          ["program", "time", "program / qorhex --binary of both"], rows,
+          roundsNote())
+
+
 def rowsTexts():
     """Other texts than the plain one; the times of all run in turn."""
     if not tool():
@@ -474,6 +536,8 @@ def describeMachine():
 GROUPS = {
     "client": rowsClient,
     "tool": rowsTool,
+    "looking": rowsLooking,
+    "diff": rowsDiff,
     "texts": rowsTexts,
     "small": rowsSmall,
     "listing": rowsListing,
