@@ -45,10 +45,11 @@ TEST_F(QorhexMerging, TheFilesAreOneImage) {
               {});
     EXPECT_EQ(folder.read("all.bin"), "abcd............efghijkl........mnop");
   }
-  expectRun({"-m", "-x", "app.hex", "boot.hex"}, 0,
-            "0x00000000: 61 62 63 64                                      |abcd|\n\n"
-            "0x00000010: 65 66 67 68 69 6a 6b 6c                          |efghijkl|\n\n"
-            "0x00000020: 6d 6e 6f 70                                      |mnop|\n");
+  expectRun(
+      {"-m", "-x", "app.hex", "boot.hex"}, 0,
+      "0x00000000: 61 62 63 64                                      |abcd|\n\n"
+      "0x00000010: 65 66 67 68 69 6a 6b 6c                          |efghijkl|\n\n"
+      "0x00000020: 6d 6e 6f 70                                      |mnop|\n");
 }
 
 TEST_F(QorhexMerging, StartAddressesSurvive) {
