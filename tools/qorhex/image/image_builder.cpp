@@ -8,6 +8,13 @@
 
 namespace {
 
+// A record of 16 bytes and its line end; most texts consist of such.
+constexpr std::uint64_t usualLine = 44;
+
+// A text can be longer than what it holds: no more pieces than these are
+// expected of it.
+constexpr std::uint64_t mostExpected = std::uint64_t{1} << 21U;
+
 // Takes the bytes of an image out of its blocks, from the first to the last.
 class BlockDrain {
  public:
@@ -38,6 +45,10 @@ class BlockDrain {
 
 }  // namespace
 
+void ImageBuilder::expect(std::uint64_t size) {
+  expected = std::min(size / usualLine, mostExpected);
+}
+
 void ImageBuilder::beginFile() {
   if (kept) {
     kept->beginFile();
@@ -64,6 +75,7 @@ void ImageBuilder::keepAll(const piece_t& piece) {
   std::copy_n(blocks.room(), piece.size, bytes);
   blocks.finish();
   kept.emplace();
+  kept->expect(static_cast<std::size_t>(expected));
   const auto beginFiles = [this](std::size_t count) {
     while (kept->places().fileCount() < count) {
       kept->beginFile();

@@ -6,6 +6,7 @@
 #define QORHEX_IMAGE_BUILDER_H
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,6 +25,9 @@ class ImageBuilder {
   /// Fills `target`, which stays for the life of the builder.
   explicit ImageBuilder(image_t& target)
       : image(target), blocks(target.blocks) {}
+
+  /// Says that a text of `size` characters comes, 0 where that is not known.
+  void expect(std::uint64_t size);
 
   /// Begins the next text; the first one has begun.
   void beginFile();
@@ -54,6 +58,7 @@ class ImageBuilder {
   BlockMaker blocks;
   Places places;
   std::optional<KeptPieces> kept;
+  std::uint64_t expected{0};  // pieces
 };
 
 #endif  // QORHEX_IMAGE_BUILDER_H

@@ -22,6 +22,7 @@ void ImageReader::read(TextInput& text, std::size_t index,
     builder.beginFile();
     outside.beginFile();
   }
+  builder.expect(text.size());
   const problemSink_t numbered = [&](problem_t problem) {
     problem.fileIndex = index;
     sink(problem);

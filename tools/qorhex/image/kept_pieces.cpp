@@ -3,7 +3,7 @@
 #include "image/kept_pieces.h"
 
 #include <algorithm>
-#include <limits>
+#include <iterator>
 #include <new>
 #include <utility>
 
@@ -37,21 +37,25 @@ void KeptPieces::add(const piece_t& piece) {
 // that are the same in all; the text's order is there already.
 void KeptPieces::sort() {
   constexpr std::uint64_t mask = 0xFFF;
-  std::vector<std::uint64_t> sorted(index.size());
-  for (unsigned shift = 32; shift < 64; shift += 12) {
-    std::size_t places[mask + 1]{};
-    for (const std::uint64_t entry : index) {
-      ++places[entry >> shift & mask];
+  constexpr unsigned shifts[] = {32, 44, 56};
+  std::size_t places[std::size(shifts)][mask + 1]{};
+  for (const std::uint64_t entry : index) {
+    for (std::size_t i = 0; i < std::size(shifts); ++i) {
+      ++places[i][entry >> shifts[i] & mask];
     }
-    if (places[index[0] >> shift & mask] == index.size()) {
+  }
+  std::vector<std::uint64_t> sorted(index.size());
+  for (std::size_t i = 0; i < std::size(shifts); ++i) {
+    const unsigned shift = shifts[i];
+    if (places[i][index[0] >> shift & mask] == index.size()) {
       continue;
     }
     std::size_t place = 0;
-    for (std::size_t& count : places) {
+    for (std::size_t& count : places[i]) {
       place += std::exchange(count, place);
     }
     for (const std::uint64_t entry : index) {
-      sorted[places[entry >> shift & mask]++] = entry;
+      sorted[places[i][entry >> shift & mask]++] = entry;
     }
     index.swap(sorted);
   }

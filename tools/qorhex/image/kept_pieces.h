@@ -36,6 +36,9 @@ struct keptPiece_t {
 /// Keeps pieces and puts them into order.
 class KeptPieces {
  public:
+  /// Makes ready for `count` pieces, so that their index need not grow.
+  void expect(std::size_t count) { index.reserve(count); }
+
   /// Returns where the bytes of the next piece are to be put; `recordRoom` of
   /// them have room. Throws std::bad_alloc beyond 4 GiB.
   unsigned char* room();
