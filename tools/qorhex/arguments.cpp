@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <sstream>
 #include <utility>
 
@@ -201,17 +202,20 @@ exitStatus_t showVersion() {
 
 // Takes the options that say yes or name a file; false for others.
 bool takeSimple(int option, arguments_t& arguments) {
-  for (const flag_t& flag : flags) {
-    if (flag.option == option) {
-      arguments.*flag.target = true;
-      return true;
-    }
+  const auto isIt = [option](const auto& known) {
+    return known.option == option;
+  };
+  const auto* const flag =
+      std::find_if(std::begin(flags), std::end(flags), isIt);
+  if (flag != std::end(flags)) {
+    arguments.*flag->target = true;
+    return true;
   }
-  for (const fileOption_t& file : fileOptions) {
-    if (file.option == option) {
-      setOnce(arguments.*file.target, file.name, std::string(optarg));
-      return true;
-    }
+  const auto* const file =
+      std::find_if(std::begin(fileOptions), std::end(fileOptions), isIt);
+  if (file != std::end(fileOptions)) {
+    setOnce(arguments.*file->target, file->name, std::string(optarg));
+    return true;
   }
   return false;
 }

@@ -32,7 +32,7 @@ std::vector<word_t> wordsOf(std::string_view line, std::size_t skipped) {
   const std::string_view text = line.substr(0, line.find('#'));
   std::vector<word_t> words;
   std::size_t at = skipped;
-  while ((at = text.find_first_not_of(blanks, at)) != text.npos) {
+  while ((at = text.find_first_not_of(blanks, at)) != std::string_view::npos) {
     const std::size_t end =
         std::min(text.find_first_of(blanks, at), text.size());
     words.push_back({text.substr(at, end - at), at});
@@ -108,7 +108,7 @@ class MapReader {
 
   bool checkName(const word_t& word) {
     const std::size_t strange = word.text.find_first_not_of(nameCharacters);
-    if (strange != word.text.npos) {
+    if (strange != std::string_view::npos) {
       refuse(word.at + strange,
              "a name has letters, digits, '_', '-' and '.' alone");
       return false;

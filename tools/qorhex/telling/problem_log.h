@@ -39,7 +39,8 @@ class ProblemLog {
 
   /// Tells whether anything more is told of the FILE `index`.
   bool wants(std::size_t index) const {
-    return style.all || counts[index].errors == 0;
+    return style.all ||
+           (counts[index].errors == 0 && counts[index].leftOut == ALL_WELL);
   }
 
   /// Says that all FILEs are read.
