@@ -21,8 +21,8 @@ using testing::IsEmpty;
 TEST_F(Qorhex, HelpIsTheStoredText) {
   const processResult_t result = run({"--help"});
   EXPECT_EQ(result.out, R"(Usage: qorhex [options] FILE...
-Lists the segments of Intel HEX files, dumps them, or writes them as raw
-binary files.
+Tells what Intel HEX files hold and what is wrong with them; cuts, merges,
+compares and converts them.
 
 -h         --help          This screen.
 -v         --verbose       Increase verbosity. Can be specified more than once.

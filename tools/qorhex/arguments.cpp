@@ -167,9 +167,10 @@ range_t parseWanted(const char* text) {
 exitStatus_t showHelp(const Options& options) {
   std::ostringstream text;
   text.exceptions(std::ios_base::badbit);  // lets std::bad_alloc through
-  text << "Usage: qorhex [options] FILE...\n"
-          "Lists the segments of Intel HEX files, dumps them, or writes "
-          "them as raw\nbinary files.\n\n";
+  text
+      << "Usage: qorhex [options] FILE...\n"
+         "Tells what Intel HEX files hold and what is wrong with them; cuts, merges,\n"
+         "compares and converts them.\n\n";
   options.print(text);
   writeOutput(text.str());
   return ALL_WELL;
