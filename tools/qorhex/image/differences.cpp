@@ -87,7 +87,8 @@ void compareBytes(std::uint64_t address, const unsigned char* a,
   constexpr std::uint64_t pieceSize = 256;
   for (std::uint64_t done = 0; done < count;) {
     const std::uint64_t end = std::min(done + pieceSize, count);
-    if (std::memcmp(a + done, b + done, end - done) == 0) {
+    const auto size = static_cast<std::size_t>(end - done);
+    if (std::memcmp(a + done, b + done, size) == 0) {
       done = end;
       continue;
     }

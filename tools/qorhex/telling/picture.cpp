@@ -71,6 +71,10 @@ std::string attribute(const char* name, const std::string& value) {
   return std::string(" ") + name + "=\"" + value + '"';
 }
 
+constexpr tenths_t tenths(int pixels) {
+  return tenths_t{pixels} * 10;
+}
+
 std::string rectangle(int left, tenths_t top, tenths_t width, tenths_t height,
                       const char* fill) {
   return "<rect" + attribute("x", std::to_string(left)) +
@@ -170,7 +174,7 @@ class Picture {
       if (band.isBreak) {
         addBreak(band);
       } else if (!band.hasData) {
-        body += rectangle(mapLeft, mapTop + band.top, 10 * mapWidth,
+        body += rectangle(mapLeft, mapTop + band.top, tenths(mapWidth),
                           band.height, gapColour);
       }
       if (!band.hasData && band.height >= roomForText) {
@@ -215,7 +219,7 @@ class Picture {
     const tenths_t height = mapTop + layout.lastOf(run.range).bottom() - top;
     const bool joined = run.count > 1;
     body += "<g>\n<title>" + xmlText(describe(run)) + "</title>\n" +
-            rectangle(mapLeft, top, 10 * mapWidth, height,
+            rectangle(mapLeft, top, tenths(mapWidth), height,
                       joined ? joinedColour : dataColour);
     if (height >= roomForText) {
       std::string text = sizeText(run.size);
@@ -303,14 +307,14 @@ class Picture {
     const range_t& range = report.regions[region].region.range;
     const tenths_t top = mapTop + layout.firstOf(range).top;
     const tenths_t end = mapTop + layout.lastOf(range).bottom();
-    body +=
-        rectangle(stripLeft, top, 10 * stripWidth, end - top, colourOf(region));
+    body += rectangle(stripLeft, top, tenths(stripWidth), end - top,
+                      colourOf(region));
     for (const band_t& band : layout.bands) {
       if (band.isBreak && band.range.first >= range.first &&
           band.range.last <= range.last) {
-        body +=
-            rectangle(stripLeft, mapTop + band.top + waveFromEdge,
-                      10 * stripWidth, band.height - 2 * waveFromEdge, "#fff");
+        body += rectangle(stripLeft, mapTop + band.top + waveFromEdge,
+                          tenths(stripWidth), band.height - 2 * waveFromEdge,
+                          "#fff");
       }
     }
     return (top + end) / 2;
@@ -323,7 +327,8 @@ class Picture {
     const std::uint64_t share = used * 1000 / size;
     const std::string percent =
         std::to_string(share / 10) + '.' + std::to_string(share % 10) + '%';
-    const auto filled = static_cast<tenths_t>(used * 10 * useBarWidth / size);
+    const auto filled =
+        static_cast<tenths_t>(used * tenths(useBarWidth) / size);
     body += rectangle(regionTextLeft - 8, top, 20, regionText, colourOf(index));
     body += textAt(regionTextLeft, top + 60, attribute("font-weight", "bold"),
                    shortened(region.name, regionNameColumns)) +
@@ -331,7 +336,7 @@ class Picture {
                    attribute("text-anchor", "end") +
                        attribute("font-weight", "bold"),
                    percent);
-    body += rectangle(regionTextLeft, top + 140, 10 * useBarWidth, 60,
+    body += rectangle(regionTextLeft, top + 140, tenths(useBarWidth), 60,
                       emptyColour) +
             rectangle(regionTextLeft, top + 140,
                       std::max<tenths_t>(filled, used != 0 ? 10 : 0), 60,
