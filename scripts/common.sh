@@ -60,6 +60,18 @@ projectFiles() {
   done
 }
 
+# The version, which one place decides.
+projectVersion() {
+  sed -n 's/^  VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt
+}
+
+# Makes the archive of the sources of the last commit, the file $1, in which all
+# is below the folder $2. The same commit makes the same bytes.
+makeSourceArchive() {
+  git -c safe.directory="$PWD" -c tar.umask=0022 archive --format=tar \
+    --prefix="$2/" HEAD | gzip -9 --no-name >"$1"
+}
+
 # A compiler cache helps where there is one; nothing needs it.
 if command -v ccache >/dev/null; then
   export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER-ccache}

@@ -76,7 +76,7 @@ refuses() {
 arguments() {
   for script in "$root"/scripts/*.sh; do
     case $script in
-      */common.sh | */check-corpus.sh | */fuzz-compare.sh) continue ;;
+      */common.sh | */system.sh | */check-corpus.sh | */fuzz-compare.sh) continue ;;
     esac
     run 0 "$script" --help
     [ -s "$out" ] || fail "$script --help: prints nothing"
@@ -91,6 +91,10 @@ arguments() {
     "$root/scripts/check-format.sh" --mend
   refuses "fuzz.sh: usage: $root/scripts/fuzz.sh [SECONDS]" \
     "$root/scripts/fuzz.sh" long
+  refuses "check-debian.sh: usage: $root/scripts/check-debian.sh [--tests] [--no-system | --keep]" \
+    "$root/scripts/check-debian.sh" --keep --no-system
+  refuses "check-debian.sh: installing needs root; --no-system does the rest" \
+    "$root/scripts/check-debian.sh"
   refuses 'bench.sh: no option "--slow"; see --help' \
     "$root/scripts/bench.sh" --slow
   refuses 'bench.sh: --rounds needs a value' \
