@@ -62,7 +62,6 @@ checkContents() {
 }
 
 inSystem() {
-  local name
   system=$QORUTIL_FRESH/system
   makeSystem
   mkdir "$system/root/packages"
@@ -82,9 +81,9 @@ inSystem() {
   inside env DEBIAN_FRONTEND=noninteractive sh -c 'apt-get --yes --quiet=2 \
     install --no-install-recommends cmake g++ make pkgconf >/root/log 2>&1 ||
     { cat /root/log; exit 1; }'
-  for name in $(sed -n 's/^Tests: //p' debian/tests/control); do
+  sed -n 's/^Tests: //p' debian/tests/control | while read -r name; do
     echo "debian/tests/$name"
-    inside sh -c "cd /root/qorutil-$version && debian/tests/$name"
+    inside sh -c "cd /root/qorutil-$version && debian/tests/$name" </dev/null
   done
   say "What removing leaves"
   inside sh -c 'apt-get --yes --quiet=2 purge libqorutil0 qorutil-doc >/root/log &&

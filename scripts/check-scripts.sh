@@ -8,7 +8,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 noArguments "$@"
 scripts/packages.sh git shellcheck
-mapfile -t files < <(projectFiles '*.sh' '*.bash' .ci/run)
+mapfile -t files < <(projectFiles '*.sh' '*.bash' .ci/run \
+  debian/tests/client debian/tests/qorhex)
 if [[ ${#files[@]} == 0 ]]; then
   fail "no files found"
 fi

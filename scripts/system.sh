@@ -5,6 +5,8 @@
 # Sourced after common.sh; `system` is the folder and `release` the name of the
 # Debian release.
 
+: "${system:=}" "${release:=}"
+
 # The archive's parts of `release` that this machine's package lists name, as
 # lines of a sources.list.
 archiveParts() {

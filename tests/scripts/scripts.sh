@@ -93,8 +93,8 @@ arguments() {
     "$root/scripts/fuzz.sh" long
   refuses "check-debian.sh: usage: $root/scripts/check-debian.sh [--tests] [--no-system | --keep]" \
     "$root/scripts/check-debian.sh" --keep --no-system
-  refuses "check-debian.sh: installing needs root; --no-system does the rest" \
-    "$root/scripts/check-debian.sh"
+  refuses "check-packaging.sh: no system \"nosuch\"; there are: openembedded buildroot openwrt vcpkg conan" \
+    "$root/scripts/check-packaging.sh" nosuch
   refuses 'bench.sh: no option "--slow"; see --help' \
     "$root/scripts/bench.sh" --slow
   refuses 'bench.sh: --rounds needs a value' \
