@@ -39,12 +39,17 @@ buildWithCmake() {
   (cd "$folder" && $emulator ./client)
 }
 
-# Asks pkg-config about the package in the prefix $1, a tree that was moved.
+# Asks pkg-config about the package in the prefix $1, a tree that was moved. It
+# finds the prefix itself where the folder of libraries is one level deep.
 askPackage() {
   from=$1
   shift
+  case $libdir in
+    */*) moved=--define-variable=prefix=$from ;;
+    *) moved=--define-prefix ;;
+  esac
   PKG_CONFIG_PATH=$from/$libdir/pkgconfig $pkgConfig --print-errors \
-    --define-prefix "$@" qorutil
+    "$moved" "$@" qorutil
 }
 
 # Links the compiled client with what pkg-config tells of the prefix $1, and
@@ -210,7 +215,7 @@ subproject() {
 
 # The static library, installed from the subproject, so that it is compiled once.
 installStatic() {
-  quietly cmake -DQORUTIL_INSTALL=ON subproject
+  quietly cmake -DQORUTIL_INSTALL=ON -DCMAKE_INSTALL_LIBDIR="$libdir" subproject
   quietly cmake --build subproject
   installAndMove subproject "$staticInstalled"
   expectSame "the list of libraries" libqorutil.a \
