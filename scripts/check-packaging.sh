@@ -10,7 +10,8 @@
 #     buildroot     for 64-bit ARM, with -Os; a client finds it in the staging folder
 #     openwrt       for this machine, with -Os; GNU libc stands for musl
 #     vcpkg         for this machine, static
-#     conan         the files alone; where conan is installed, it makes the package
+#     conan         the same, through the recipe itself; where conan is installed,
+#                   it makes the package as well
 #
 #     scripts/check-packaging.sh [system...]
 
@@ -163,32 +164,29 @@ checkVcpkg() {
 }
 
 checkConan() {
-  local folder=build/packaging/conan
-  python3 - <<'END' || fail "packaging/conan: see above"
-import ast, pathlib
-for path in pathlib.Path("packaging/conan").rglob("*.py"):
-    ast.parse(path.read_text(), str(path))
-END
-  grep -q "\"$version\":" packaging/conan/config.yml || fail "conan: config.yml"
-  grep -q "\"$version\":" packaging/conan/all/conandata.yml ||
-    fail "conan: conandata.yml"
-  g++ -std=c++17 -Iinclude -fsyntax-only \
-    packaging/conan/all/test_package/test_package.cpp
-  if ! command -v conan >/dev/null; then
-    echo "There is no conan: the recipe did not run."
-    return
+  local folder=packaging/conan
+  grep -q "\"$version\":" $folder/config.yml || fail "$folder/config.yml: the version"
+  grep -q "\"$version\":" $folder/all/conandata.yml ||
+    fail "$folder/all/conandata.yml: the version"
+  prepareBuild packaging/conan
+  "$checks/conan.py" $folder/all/conanfile.py . build/packaging/conan
+  if command -v conan >/dev/null; then
+    runConan "$PWD/build/packaging/conan/index"
   fi
-  # The archive of the last commit in the place of the one to come.
-  prepareBuild packaging
-  rm -rf $folder
-  cp -r packaging/conan $folder
-  makeSourceArchive "$folder/qorutil-$version.tar.gz" "qorutil-$version"
-  sed -i -e "s|https://.*/|file://$PWD/$folder/|" \
-    -e "s|\"0\{64\}\"|\"$(sha256sum "$folder/qorutil-$version.tar.gz" |
-      cut -d ' ' -f 1)\"|" $folder/all/conandata.yml
-  export CONAN_HOME=$PWD/$folder/home
+}
+
+# With the archive of the last commit in the place of the one to come.
+runConan() {
+  local archive=$1/qorutil-$version.tar.gz
+  rm -rf "$1"
+  cp -r packaging/conan "$1"
+  makeSourceArchive "$archive" "qorutil-$version"
+  sed -i -e "s|https://.*/|file://$1/|" \
+    -e "s|\"0\{64\}\"|\"$(sha256sum "$archive" | cut -d ' ' -f 1)\"|" \
+    "$1/all/conandata.yml"
+  export CONAN_HOME=$1/home
   conan profile detect >/dev/null
-  conan create $folder/all --version "$version" -s compiler.cppstd=17 -o '&:tools=True'
+  conan create "$1/all" --version "$version" -s compiler.cppstd=17
 }
 
 systems=(openembedded buildroot openwrt vcpkg conan)
