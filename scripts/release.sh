@@ -39,25 +39,25 @@ checkDebian() {
   scripts/licences.py --check || fault "debian/copyright is out of date"
 }
 
-# Each file that names a version, and how it has to.
+# Each file that names a version, and how it has to; @ stands for it.
 checkRecipes() {
   local file line
   while read -r file line; do
-    file=${file//VERSION/$version}
+    file=${file//@/$version}
     if [[ ! -f packaging/$file ]]; then
       fault "there is no packaging/$file"
-    elif ! grep -qF -e "${line//VERSION/$version}" "packaging/$file"; then
+    elif ! grep -qF -e "${line//@/$version}" "packaging/$file"; then
       fault "packaging/$file is not of version $version"
     fi
   done <<END_OF_LIST
-openembedded/qorutil_VERSION.bb SUMMARY
-buildroot/qorutil/qorutil.mk QORUTIL_VERSION = VERSION
-buildroot/qorutil/qorutil.hash qorutil-VERSION.tar.gz
-openwrt/qorutil/Makefile PKG_VERSION:=VERSION
-conan/config.yml "VERSION":
-conan/all/conandata.yml "VERSION":
-vcpkg/ports/qorutil/vcpkg.json "version": "VERSION"
-vcpkg/versions/q-/qorutil.json "version": "VERSION"
+openembedded/qorutil_@.bb SUMMARY
+buildroot/qorutil/qorutil.mk QORUTIL_VERSION = @
+buildroot/qorutil/qorutil.hash qorutil-@.tar.gz
+openwrt/qorutil/Makefile PKG_VERSION:=@
+conan/config.yml "@":
+conan/all/conandata.yml "@":
+vcpkg/ports/qorutil/vcpkg.json "version": "@"
+vcpkg/versions/q-/qorutil.json "version": "@"
 END_OF_LIST
 }
 
