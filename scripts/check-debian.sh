@@ -24,6 +24,7 @@ build() {
   mkdir -p "build/$folder"
   makeSourceArchive "build/$folder/qorutil_$version.orig.tar.gz" "qorutil-$version"
   tar -C "build/$folder" -xf "build/$folder/qorutil_$version.orig.tar.gz"
+  git archive HEAD debian | tar -C "build/$folder/qorutil-$version" -xf -
   if ! (cd "build/$folder/qorutil-$version" && env "$@" \
     dpkg-buildpackage --no-sign >../log 2>&1); then
     tail -n 60 "build/$folder/log" >&2
@@ -44,7 +45,7 @@ checkSame() {
 
 checkLintian() {
   lintian --allow-root --fail-on error,warning --tag-display-limit 0 \
-    --info "build/$first/qorutil_$version-$revision"_*.changes ||
+    --display-info "build/$first/qorutil_$version-$revision"_*.changes ||
     fail "lintian finds the above"
 }
 
@@ -67,7 +68,7 @@ inSystem() {
   mkdir "$system/root/packages"
   cp "build/$first"/*.deb "$system/root/packages"
   rm "$system"/root/packages/*-dbgsym_*
-  tar -C "$system/root" -xf "build/$first/qorutil_$version.orig.tar.gz"
+  cp -r "build/$first/qorutil-$version" "$system/root"
   mount -t proc proc "$system/proc"
   inside apt-get --quiet=2 update
   # shellcheck disable=SC2016  # the shell there expands it

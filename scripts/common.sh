@@ -66,10 +66,11 @@ projectVersion() {
 }
 
 # Makes the archive of the sources of the last commit, the file $1, in which all
-# is below the folder $2. The same commit makes the same bytes.
+# is below the folder $2. The same commit makes the same bytes. Debian wants no
+# folder debian in it: that is its own part of a source package.
 makeSourceArchive() {
   git -c safe.directory="$PWD" -c tar.umask=0022 archive --format=tar \
-    --prefix="$2/" HEAD | gzip -9 --no-name >"$1"
+    --prefix="$2/" HEAD . ':(exclude)debian' | gzip -9 --no-name >"$1"
 }
 
 # A compiler cache helps where there is one; nothing needs it.

@@ -89,7 +89,8 @@ makeArchive() {
   makeSourceArchive "$dist/again" "$name"
   cmp "$dist/$name.tar.gz" "$dist/again"
   rm "$dist/again"
-  diff <(git ls-tree -r --name-only HEAD | sed "s|^|$name/|" | LC_ALL=C sort) \
+  diff <(git ls-tree -r --name-only HEAD | sed "/^debian\//d; s|^|$name/|" |
+    LC_ALL=C sort) \
     <(tar -tzf "$dist/$name.tar.gz" | grep -v '/$' | LC_ALL=C sort) ||
     fail "the archive holds other files than the commit"
 }
