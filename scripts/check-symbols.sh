@@ -18,10 +18,13 @@ build() {
   local folder=build/symbols/$1
   shift
   prepareBuild "${folder#build/}"
-  cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
+  if ! { cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
     -DQORUTIL_BUILD_TESTS=OFF -DQORUTIL_BUILD_TOOLS=OFF \
-    -DQORUTIL_BUILD_EXAMPLES=OFF "$@" >&2
-  cmake --build "$folder" --target qorutil >&2
+    -DQORUTIL_BUILD_EXAMPLES=OFF "$@" &&
+    cmake --build "$folder" --target qorutil; } >"$folder.log" 2>&1; then
+    tail -n 40 "$folder.log" >&2
+    fail "the build failed; see $folder.log"
+  fi
   echo "$folder/src/libqorutil.so"
 }
 
@@ -48,14 +51,18 @@ if [[ $update == yes ]]; then
   scripts/packages.sh g++-arm-linux-gnueabihf g++-aarch64-linux-gnu
 fi
 
-note amd64 64 "$(build amd64)"
+library=$(build amd64)
+note amd64 64 "$library"
 if command -v aarch64-linux-gnu-g++ >/dev/null; then
-  note arm64 64 "$(build arm64 "$(toolchain aarch64-linux-gnu)")"
+  library=$(build arm64 "$(toolchain aarch64-linux-gnu)")
+  note arm64 64 "$library"
 fi
 if command -v arm-linux-gnueabihf-g++ >/dev/null; then
-  note armhf 32 "$(build armhf "$(toolchain arm-linux-gnueabihf)")"
-  note armel 32 "$(build time64 "$(toolchain arm-linux-gnueabihf)" \
-    -DCMAKE_CXX_FLAGS='-D_TIME_BITS=64 -D_FILE_OFFSET_BITS=64')"
+  library=$(build armhf "$(toolchain arm-linux-gnueabihf)")
+  note armhf 32 "$library"
+  library=$(build time64 "$(toolchain arm-linux-gnueabihf)" \
+    -DCMAKE_CXX_FLAGS='-D_TIME_BITS=64 -D_FILE_OFFSET_BITS=64')
+  note armel 32 "$library"
 fi
 if [[ $update == yes ]]; then
   scripts/symbols.py "$version" "$list" "${libraries[@]}" >build/symbols/new
