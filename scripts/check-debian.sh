@@ -70,6 +70,7 @@ inSystem() {
   rm "$system"/root/packages/*-dbgsym_*
   cp -r "build/$first/qorutil-$version" "$system/root"
   mount -t proc proc "$system/proc"
+  mount -t devpts devpts "$system/dev/pts"
   inside apt-get --quiet=2 update
   # shellcheck disable=SC2016  # the shell there expands it
   inside env DEBIAN_FRONTEND=noninteractive sh -c 'apt-get --yes --quiet=2 \
