@@ -27,6 +27,7 @@ PACKAGES =+ "${PN}-tools"
 SUMMARY:${PN}-tools = "Lists, checks and converts Intel HEX files"
 FILES:${PN}-tools = " \
     ${bindir}/qorhex \
+    ${datadir}/qorutil \
     ${datadir}/bash-completion \
     ${datadir}/zsh \
     ${datadir}/fish \
