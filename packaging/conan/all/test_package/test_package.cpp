@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <qorutil/intelhex.h>
-#include <qorutil/strings.h>
-
 #include <iostream>
 #include <string>
+
+#include <qorutil/intelhex.h>
+#include <qorutil/strings.h>
 
 int main() {
   const IntelHexFile image;
