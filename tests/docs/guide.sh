@@ -21,10 +21,10 @@
 set -eu
 : "${source:?}" "${build:?}" "${CXX:?}" "${CXXFLAGS?}" "${LDFLAGS?}"
 page=$source/$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-trap 'exit 1' HUP INT TERM
-mkdir "$work/steps" "$work/home"
+# Always the same folder, so that a compiler cache finds what was compiled before.
+work=$PWD/$(basename "$1" .md).guide
+rm -rf "$work"
+mkdir -p "$work/steps" "$work/home"
 export HOME="$work/home" LC_ALL=C CXX CXXFLAGS
 
 fail() {
