@@ -25,6 +25,10 @@ page=$source/$1
 work=$PWD/$(basename "$1" .md).guide
 rm -rf "$work"
 mkdir -p "$work/steps" "$work/home"
+if command -v ccache >/dev/null; then  # it looks for its folder in the home folder
+  CCACHE_DIR=$(ccache --get-config cache_dir)
+  export CCACHE_DIR
+fi
 export HOME="$work/home" LC_ALL=C CXX CXXFLAGS
 
 fail() {
