@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: MIT
 #
 # Prepares a page of Markdown for Doxygen: gives it a name without its folder, and
-# makes links to pages references. What a link names otherwise is a file of the sources,
+# makes links to pages and headers references. A remark "site: ..." is text that only
+# the site has. What a link names otherwise is a file of the sources,
 # which finish.sh puts beside the pages. `pages` is the list of the names of all
 # pages, with blanks around each.
 
@@ -17,6 +18,9 @@ function localTarget(target, name) {
   if (name ~ /\.md$/ && index(pages, " " name " ")) {
     sub(/\.md$/, "", name)
     return "@ref page_" name
+  }
+  if (target ~ /include\/qorutil\/[^\/]*\.h$/) {
+    return "@ref " name
   }
   if (name ~ /\.svg$/) {
     return name
@@ -37,6 +41,9 @@ FNR == 1 {
 inside { print; next }
 {
   line = $0
+  if (line ~ /^<!-- site: .* -->$/) {
+    line = substr(line, 12, length(line) - 15)
+  }
   done = ""
   while (match(line, /\]\([^) ]+\)/)) {
     target = substr(line, RSTART + 2, RLENGTH - 3)
