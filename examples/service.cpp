@@ -154,11 +154,11 @@ class Service {
   void startJobs() { scheduler.run(Clock::time_point(nanoseconds(1))); }
 
   Clock::time_point nextDueTime() const {
-    const auto& jobs = scheduler.getJobs();
-    return std::min_element(
-               jobs.begin(), jobs.end(),
-               [](const auto& a, const auto& b) { return a.next < b.next; })
-        ->next;
+    Clock::time_point next = Clock::time_point::max();
+    for (const JobScheduler::Job& job : scheduler.getJobs()) {
+      next = std::min(next, job.next);
+    }
+    return next;
   }
 
   // Waits until the next job is due, but for the last millisecond at most,
