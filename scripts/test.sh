@@ -32,6 +32,11 @@ packagesFor() {
 scripts/packages.sh g++ cmake ninja-build pkgconf libgtest-dev libgmock-dev \
   zlib1g-dev git python3 python3-jsonschema
 for preset in "${@:-dev}"; do
+  # The guides show other build systems as well. Without them these parts are left
+  # out.
+  if [[ $preset == dev ]] && ! scripts/packages.sh automake meson; then
+    say "Going on without automake and meson"
+  fi
   read -ra packages < <(packagesFor "$preset") || true
   scripts/packages.sh "${packages[@]}"
   prepareBuild "$preset"

@@ -10,6 +10,7 @@ function localTarget(target, name) {
   if (target ~ /^(https?:|#)/) {
     return target
   }
+  sub(/#.*/, "", target)  # places have other names there
   name = target
   sub(/.*\//, "", name)
   if (name == "index.md") {
@@ -25,7 +26,7 @@ function localTarget(target, name) {
   if (name ~ /\.svg$/) {
     return name
   }
-  gsub(/^(\.\.\/)+/, "", target)
+  gsub(/^(\.\.\/)+|\/$/, "", target)
   return "files/" target ".txt"
 }
 
