@@ -20,6 +20,9 @@ using record_t = IntelHexFile::hexfileline_t;
 
 // Reads records up to the end record, as toolchains write them. `line` counts.
 std::set<record_t> readRecords(std::istream& file, int& line) {
+  if (!file) {
+    throw QorException(errno, "cannot open");
+  }
   IntelHexFile parser;
   std::set<record_t> records;
   std::uint32_t base = 0;
@@ -64,42 +67,28 @@ void makeBlocks(IntelHexFile& image, const std::set<record_t>& records) {
   }
 }
 
-void list(const char* path) {
-  std::ifstream file(path);
-  if (!file) {
-    throw QorException(errno, path);
-  }
-  IntelHexFile image;
-  int line = 0;
-  try {
-    makeBlocks(image, readRecords(file, line));
-  } catch (const std::exception& error) {
-    QorException refusal(0, path);
-    refusal << ':' << line << ": " << error.what();
-    throw refusal;
-  }
-  for (std::size_t i = 0; i < image.getBlockCount(); ++i) {
-    std::printf("0x%04x%04x %zu bytes\n", image[i]->extAddress,
-                image[i]->address, image[i]->data.size());
-  }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
+  const char* const path = argc == 2 ? argv[1] : "/dev/stdin";
   // What the library says goes to these two streams: here it goes into a text.
   std::ostringstream said;
   std::streambuf* const out = std::cout.rdbuf(said.rdbuf());
   std::streambuf* const err = std::cerr.rdbuf(said.rdbuf());
+  int line = 0;
   int status = 0;
-  for (int i = 1; i < argc; ++i) {
-    try {
-      said.str("");
-      list(argv[i]);
-    } catch (const std::exception& error) {
-      std::fprintf(stderr, "%s\n%s", error.what(), said.str().c_str());
-      status = 1;
+  try {
+    std::ifstream file(path);
+    IntelHexFile image;
+    makeBlocks(image, readRecords(file, line));
+    for (std::size_t i = 0; i < image.getBlockCount(); ++i) {
+      std::printf("0x%04x%04x %zu bytes\n", image[i]->extAddress,
+                  image[i]->address, image[i]->data.size());
     }
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s:%d: %s\n%s", path, line, error.what(),
+                 said.str().c_str());
+    status = 1;
   }
   std::cout.rdbuf(out);
   std::cerr.rdbuf(err);
