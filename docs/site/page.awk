@@ -45,6 +45,9 @@ inside { print; next }
   if (line ~ /^<!-- site: .* -->$/) {
     line = substr(line, 12, length(line) - 15)
   }
+  # The text of a reference is taken as it is.
+  gsub(/\[`/, "[", line)
+  gsub(/`\]\(/, "](", line)
   done = ""
   while (match(line, /\]\([^) ]+\)/)) {
     target = substr(line, RSTART + 2, RLENGTH - 3)
