@@ -235,6 +235,52 @@ TEST_F(QorhexWriting, StandardOutputIsAnOutputLikeOthers) {
       [] { dup2(open("fw.hex", O_WRONLY | O_APPEND), STDOUT_FILENO); });
 }
 
+TEST_F(QorhexWriting, WhatIsShownGoesToNoOutput) {
+  const auto appended = [] {
+    dup2(open("shown", O_WRONLY | O_APPEND), STDOUT_FILENO);
+  };
+  const std::string reason =
+      ": the output is the same file as the output standard output\n";
+  folder.write("shown", "old");
+  std::filesystem::create_symlink("shown", folder.path("link"));
+  expectRefused({"-x", "-b", "shown", "fw.hex"}, "qorhex: shown" + reason,
+                WRONG_USAGE, appended);
+  expectRefused({"-l", "--ihex=link", "fw.hex"}, "qorhex: link" + reason,
+                WRONG_USAGE, appended);
+  expectRefused({"--format=text", "--svg=/dev/stdout", "fw.hex"},
+                "qorhex: /dev/stdout" + reason, WRONG_USAGE, appended);
+  std::filesystem::create_hard_link(folder.path("shown"),
+                                    folder.path("fw-00000010.bin"));
+  expectRefused({"-l", "-o", ".", "fw.hex"},
+                "qorhex: ./fw-00000010.bin" + reason, WRONG_USAGE, appended);
+}
+
+TEST_F(QorhexWriting, ADocumentTellsThatAnOutputIsItsFile) {
+  folder.write("shown", "old ");
+  const processResult_t result =
+      run({"--format=json", "-b", "shown", "fw.hex"},
+          [] { dup2(open("shown", O_WRONLY | O_APPEND), STDOUT_FILENO); });
+  EXPECT_EQ(result.status, WRONG_USAGE);
+  EXPECT_THAT(folder.read("shown"),
+              testing::StartsWith("old {\"version\":1,\"files\":["
+                                  "{\"name\":\"fw.hex\",\"status\":2,"));
+}
+
+TEST_F(QorhexWriting, WhatIsShownMayGoToAnotherFile) {
+  folder.write("shown", "old ");
+  const auto appended = [] {
+    dup2(open("shown", O_WRONLY | O_APPEND), STDOUT_FILENO);
+  };
+  EXPECT_EQ(run({"-x4", "-b", "fw.bin", "fw.hex"}, appended).status, ALL_WELL);
+  EXPECT_EQ(folder.read("shown"),
+            "old 0x00000000: 61 62 63 64  |abcd|\n\n"
+            "0x00000010: 65 66 67 68  |efgh|\n");
+  // Nothing is shown, so nothing is lost.
+  EXPECT_EQ(run({"-o", ".", "-b", "shown", "fw.hex"}, appended).status,
+            ALL_WELL);
+  EXPECT_EQ(folder.read("shown"), "abcd" + std::string(12, '\xFF') + "efgh");
+}
+
 TEST_F(QorhexWriting, TwoDevicesMayBeOne) {
   std::filesystem::create_symlink("/dev/null", folder.path("fw-00000000.bin"));
   const processResult_t result = run({"-o", ".", "-b", "/dev/null", "fw.hex"});

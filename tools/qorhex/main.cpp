@@ -165,6 +165,19 @@ exitStatus_t compare(const work_t& work, JsonDocument& document) {
   return differ ? DIFFERENT : ALL_WELL;
 }
 
+// What is read, and where something is shown.
+FilesInUse filesInUseBy(const arguments_t& arguments) {
+  std::vector<std::string> inputs = arguments.files;
+  if (arguments.mapFile) {
+    inputs.push_back(*arguments.mapFile);
+  }
+  FilesInUse inUse(inputs);
+  if (arguments.isShowing()) {
+    inUse.addStandardOutput();
+  }
+  return inUse;
+}
+
 exitStatus_t handleFiles(const arguments_t& arguments) {
   if (arguments.outputFolder && !isFolder(*arguments.outputFolder)) {
     throwSystemError(*arguments.outputFolder);
@@ -173,14 +186,10 @@ exitStatus_t handleFiles(const arguments_t& arguments) {
   if (!regions) {
     return REFUSED;
   }
-  std::vector<std::string> inputs = arguments.files;
-  if (arguments.mapFile) {
-    inputs.push_back(*arguments.mapFile);
-  }
   work_t work{arguments,
               *regions,
               forbiddenBy(arguments, *regions),
-              FilesInUse(inputs),
+              filesInUseBy(arguments),
               {}};
   JsonDocument document(writeOutput);
   exitStatus_t highest = ALL_WELL;

@@ -18,6 +18,7 @@
 namespace {
 
 constexpr int maxLinks = 40;
+constexpr const char* nameOfStandardOutput = "standard output";
 
 // The number of the own descriptor that `path` stands for, -1 for none.
 int ownDescriptorOf(const std::string& path) {
@@ -99,7 +100,7 @@ target_t findTarget(const std::string& path) {
   struct stat status {};
 
   target_t target;
-  target.name = path == "-" ? "standard output" : path;
+  target.name = path == "-" ? nameOfStandardOutput : path;
   target.path = path == "-" ? "/dev/fd/1" : resolveLinks(path);
   target.ownDescriptor = ownDescriptorOf(target.path);
   if (target.ownDescriptor != -1) {
@@ -136,6 +137,14 @@ FilesInUse::FilesInUse(const std::vector<std::string>& paths) {
         isSpoiledByWriting(status.st_mode)) {
       inputs.insert({{status.st_dev, status.st_ino, {}}, nameOf(path)});
     }
+  }
+}
+
+void FilesInUse::addStandardOutput() {
+  struct stat status {};
+
+  if (::fstat(STDOUT_FILENO, &status) == 0 && S_ISREG(status.st_mode)) {
+    addOutput({status.st_dev, status.st_ino, {}}, nameOfStandardOutput);
   }
 }
 

@@ -52,11 +52,16 @@ struct target_t {
 /// Failure when that fails, and for a file that must not be written to.
 target_t findTarget(const std::string& path);
 
-/// The files that this run reads and has written, which no output may be.
+/// The files that this run reads, shows something in, and has written, which no
+/// output may be.
 class FilesInUse {
  public:
   /// Takes down the inputs `paths`, "-" for standard input.
   explicit FilesInUse(const std::vector<std::string>& paths);
+
+  /// Takes down standard output where it is a regular file: an output that took
+  /// its place would take away what is shown there.
+  void addStandardOutput();
 
   /// Throws Failure, of status WRONG_USAGE, when `target` is one of the files.
   void refuse(const target_t& target) const;
