@@ -420,6 +420,18 @@ TEST_F(Qorhex, ProgressIsToldInTenths) {
             "qorhex: fw.hex: read 100%\n");
 }
 
+TEST_F(Qorhex, ProgressGoesOnInsideALongGap) {
+  folder.write("fw.hex",
+               dataLine(0, "a") + upperLine(0x20) + dataLine(0, "b") + endLine);
+  std::string expected = "qorhex: fw.hex: read 100%\n";
+  for (const char* tenths :
+       {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"}) {
+    expected += std::string("qorhex: fw.bin: written ") + tenths + "0%\n";
+  }
+  EXPECT_EQ(run({"-p", "-b", "fw.bin", "fw.hex"}).err, expected);
+  EXPECT_EQ(folder.read("fw.bin"), 'a' + std::string(0x1FFFFF, '\xFF') + 'b');
+}
+
 TEST_F(Qorhex, ProgressIsThatOfTheBytesWritten) {
   folder.write("fw.hex", dataLine(0, "a") + dataLine(0x9FF, "b") + endLine);
   EXPECT_EQ(run({"-p", "-b", "fw.bin", "fw.hex"}).err,

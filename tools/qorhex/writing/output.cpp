@@ -73,16 +73,6 @@ void OutputFile::append(const unsigned char* data, std::uint64_t size) {
   }
 }
 
-void OutputFile::appendFill(std::uint64_t size, unsigned char value) {
-  const std::vector<unsigned char> fill(
-      static_cast<std::size_t>(std::min<std::uint64_t>(size, ioPiece)), value);
-  while (size != 0) {
-    const std::uint64_t taken = std::min<std::uint64_t>(size, fill.size());
-    append(fill.data(), taken);
-    size -= taken;
-  }
-}
-
 void OutputFile::flush() {
   writeAll(file.get(), buffer.data(), buffer.size(), destination.name);
   buffer.clear();

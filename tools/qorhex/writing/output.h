@@ -40,9 +40,6 @@ class OutputFile {
   /// Appends the `size` bytes at `data`.
   void append(const unsigned char* data, std::uint64_t size);
 
-  /// Appends `size` bytes `value`.
-  void appendFill(std::uint64_t size, unsigned char value);
-
   /// Writes what is still held, and gives a replacement the mode of what it
   /// replaces, and the owner if that is allowed: if not, no set-id bits either.
   void complete();
