@@ -102,7 +102,7 @@ TEST_F(Document, HasAllOfAnImage) {
   report.regions = {{{"r-1", {0, 1}}, 2}, {{"r.2", {2, 0xFFFFFFFF}}, 0}};
   report.startAddresses = {{3, 0x10002, 9}, {5, 0xFFFFFFFF, 9}};
   report.problems = {{severity_t::ERROR, "a\"b", 7, 12, "bad\xFF", {}},
-                     {severity_t::WARNING, "c", 0, 0, "odd", {}}};
+                     {severity_t::WARNING, "all", 0, 0, "odd", {}}};
   document.add(report);
   document.finish();
   EXPECT_EQ(
@@ -120,7 +120,7 @@ TEST_F(Document, HasAllOfAnImage) {
           R"("problems":[{"file":"a\"b","line":7,"column":12,)"
           R"("severity":"error","text":"bad)" +
           replacement +
-          R"("},{"file":"c","line":0,"column":0,"severity":"warning",)"
+          R"("},{"file":"a\"b","line":0,"column":0,"severity":"warning",)"
           R"("text":"odd"}]}]})"
           "\n");
 }

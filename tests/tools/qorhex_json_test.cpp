@@ -3,6 +3,7 @@
 // The program qorhex with --format=json.
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -170,6 +171,20 @@ TEST_F(QorhexJson, AnOutputThatFailsIsAProblemOfItsFile) {
             "qorhex: none/out.bin: No such file or directory\n");
 }
 
+// An entry would say that a FILE was read.
+TEST_F(QorhexJson, ThereIsNoneWhenNoFileIsRead) {
+  folder.write("fw.hex", endLine);
+  folder.write("bad.map", "a 0\n");
+  for (const auto& [option, status] :
+       {std::pair("--map=bad.map", 3), std::pair("--map=none.map", 4),
+        std::pair("--output=none", 4), std::pair("--fill=1", 2)}) {
+    const processResult_t result = run({"--format=json", option, "fw.hex"});
+    EXPECT_EQ(result.out, "") << option;
+    EXPECT_NE(result.err, "") << option;
+    EXPECT_EQ(result.status, status) << option;
+  }
+}
+
 TEST_F(QorhexJson, TheLibrarysLinesLeaveItAlone) {
   folder.write("fw.hex", "no record\n" + endLine);
   const processResult_t result = run({"--strict", "--format=json", "fw.hex"});
@@ -236,6 +251,22 @@ TEST_F(QorhexJson, EachFaultOfMergedFilesHasItsFile) {
                        textBehind(result.err, "b.hex:1:10: error: ")) +
           "]}"));
   expectSameErrors({"--merge", "none.hex", "a.hex", "b.hex"});
+}
+
+TEST_F(QorhexJson, AWarningAboutMergedFilesIsThatOfTheLast) {
+  folder.write("a.hex", abcdLine + endLine);
+  folder.write("b.hex", endLine);
+  const std::string document = documentOf(
+      R"({"name":["a.hex","b.hex"],"status":0,"segments":[],"gaps":[],)"
+      R"("regions":[],"startAddresses":[],"problems":[)" +
+      problemEntry("b.hex", 0, 0, "warning", "no data in the ranges") + "]}");
+  const std::vector<std::string> arguments{"--merge", "--range=8-9", "a.hex",
+                                           "b.hex", "--format=json"};
+  expectRun(arguments, 0, document,
+            "qorhex: a.hex, b.hex: warning: no data in the ranges\n");
+  std::vector<std::string> check = arguments;
+  check.emplace_back("--check");
+  expectRun(check, 0, document);
 }
 
 TEST_F(QorhexJson, CheckOfASoundFileTellsItsImage) {

@@ -247,8 +247,10 @@ void JsonDocument::addProblems(const report_t& report) {
   for (const problem_t& problem : report.problems) {
     separate();
     const bool isError = problem.severity == severity_t::ERROR;
-    text += R"({"file":)" + jsonString(problem.file) + R"(,"line":)" +
-            std::to_string(problem.line) + R"(,"column":)" +
+    // What is told of a merged image as a whole has all names; here it is, as
+    // in the counts of --check, one of the last FILE.
+    text += R"({"file":)" + jsonString(report.names[problem.fileIndex]) +
+            R"(,"line":)" + std::to_string(problem.line) + R"(,"column":)" +
             std::to_string(problem.column) + R"(,"severity":")" +
             (isError ? "error" : "warning") + R"(","text":)" +
             jsonString(problem.text) + '}';
