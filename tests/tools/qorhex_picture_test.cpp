@@ -120,6 +120,21 @@ TEST_F(QorhexPicture, WithoutDataThereIsATitle) {
 )");
 }
 
+// The gaps that are not drawn can be as long as those that are.
+TEST_F(QorhexPicture, OfTooManySegmentsTheNoteSaysWhatIsNotDrawn) {
+  std::string text;
+  for (unsigned i = 0; i < 60; ++i) {
+    text += dataLine(i * 1000, std::string(100, 'x'));
+  }
+  folder.write("fw.hex", text + endLine);
+  const processResult_t result = run({"--svg=-", "fw.hex"});
+  EXPECT_THAT(result.out,
+              testing::HasSubstr(">21 segments, 2.05078KiB</text>"));
+  EXPECT_THAT(result.out,
+              testing::HasSubstr(">Pale: several segments, the gaps between "
+                                 "them not drawn.</text>"));
+}
+
 TEST_F(QorhexPicture, ARefusedFileLeavesTheOldPicture) {
   folder.write("map.svg", "old");
   folder.write("bad.hex", "rubbish\n");

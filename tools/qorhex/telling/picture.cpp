@@ -368,7 +368,7 @@ class Picture {
       addNote(text + '.');
     }
     if (report.segments.size() > layout.runs.size()) {
-      addNote("Pale: several segments with short gaps between them.");
+      addNote("Pale: several segments, the gaps between them not drawn.");
     }
     body += "</g>\n";
     bottom += noteLine / 2;

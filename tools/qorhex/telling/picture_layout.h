@@ -28,7 +28,8 @@ constexpr tenths_t regionLabel = 600;
 /// The height of a break, which stands for a long gap.
 constexpr tenths_t breakHeight = 440;
 
-/// Segments drawn as one: mostly a single one, else several with short gaps.
+/// Segments drawn as one: mostly a single one, else several whose gaps are not
+/// drawn.
 struct run_t {
   /// From the first address to the last.
   range_t range;
@@ -59,8 +60,8 @@ struct band_t {
 
 /// The parts of a picture.
 struct pictureLayout_t {
-  /// The runs, in ascending order. Where there are too many segments, those
-  /// with short gaps between them are one.
+  /// The runs, in ascending order. Where there are too many segments, only the
+  /// longest gaps are drawn: of gaps of one length perhaps the first alone.
   std::vector<run_t> runs;
   /// The number of regions that are drawn, the first ones.
   std::size_t regionCount{0};
