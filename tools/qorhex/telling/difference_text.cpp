@@ -10,6 +10,7 @@
 #include "reading/descriptor.h"
 #include "reading/names.h"
 #include "reading/number_text.h"
+#include "telling/columns.h"
 #include "telling/messages.h"
 #include "telling/problems.h"
 
@@ -20,12 +21,6 @@ struct widths_t {
   std::size_t size{0};
   std::size_t readable{0};
 };
-
-void appendRight(std::string& text, const std::string& word,
-                 std::size_t width) {
-  text.append(width - std::min(width, word.size()), ' ');
-  text += word;
-}
 
 // Makes the lines, and writes them in pieces.
 class DifferenceLines {
