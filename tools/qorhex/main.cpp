@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// qorhex: lists the segments of Intel HEX files and writes them as raw binary
-// files.
+// qorhex: tells what Intel HEX files hold and what is wrong with them; cuts,
+// merges, compares and converts them.
 
 #include <algorithm>
 #include <cerrno>
