@@ -241,7 +241,7 @@ TEST_F(Qorhex, ALongLineTakesNoMemory) {
 #endif
   folder.write("fw.hex", abcdLine + endLine);
   folder.write("long.hex",
-               blanks(50 << 20) + abcdLine + blanks(50 << 20) + '\n' + endLine);
+               blanks(4 << 20) + abcdLine + blanks(4 << 20) + '\n' + endLine);
   const long peak = run({"fw.hex"}).peakMemory;
   const processResult_t result = run({"long.hex"});
   EXPECT_EQ(result.status, 0);
