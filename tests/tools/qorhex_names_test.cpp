@@ -49,12 +49,24 @@ TEST(EscapeName, EveryCharacterStandsUnlessItControls) {
   }
 }
 
+TEST(EscapeName, ALargeFirstByteBeginsNoCharacter) {
+  for (unsigned first = 0xF5; first <= 0xFF; ++first) {
+    for (unsigned second = 0x80; second < 0xC0; ++second) {
+      const std::string name{static_cast<char>(first),
+                             static_cast<char>(second), '\x80', '\x9B'};
+      ASSERT_EQ(escapeName(name).size(), 16U) << first << ' ' << second;
+    }
+  }
+}
+
 TEST(EscapeName, WhatIsNoUtf8IsEscapedByteByByte) {
   EXPECT_EQ(escapeName("a\xC3"), "a\\xc3");
   EXPECT_EQ(escapeName("\xE2\x82z"), "\\xe2\\x82z");
   EXPECT_EQ(escapeName("\xC0\xAF"), "\\xc0\\xaf");
   EXPECT_EQ(escapeName("\xE0\x80\xAF"), "\\xe0\\x80\\xaf");
   EXPECT_EQ(escapeName("\xF0\x80\x80\xAF"), "\\xf0\\x80\\x80\\xaf");
+  // No character begins with these, as they would be beyond U+10FFFF.
+  EXPECT_EQ(escapeName("a\xF8\x90\x80\x9B"), "a\\xf8\\x90\\x80\\x9b");
   EXPECT_EQ(escapeName("\xE2\x82\xAC\x80"), "\xE2\x82\xAC\\x80");
 }
 
