@@ -52,6 +52,27 @@ TEST_F(Qorhex, StrictTakesARecordWithoutDataWithTheLibrarysWarning) {
                 "qorhex: fw.hex: the library cannot load this file\n");
 }
 
+// The library takes it; the bytes behind the edge would come to lie at 0.
+TEST_F(Qorhex, StrictRefusesDataBeyondTheLastAddress) {
+  const std::string low = dataLine(0, "UUUU");
+  const std::string edge = upperLine(0xFFFF);
+  const std::string message =
+      "qorhex: fw.hex: the data passes the address 0xffffffff; without "
+      "--strict the line is told\n";
+  folder.write("good.hex", edge + dataLine(0xFFF8, "abcdefgh") + endLine);
+  for (const std::string& text :
+       {low + edge + dataLine(0xFFF8, "abcdefghijklmnop") + endLine,
+        edge + dataLine(0xFFFF, "ab") + endLine,
+        edge + dataLine(0xFFF8, "abcdefgh") + dataLine(0xFFFF, "hi") +
+            endLine}) {
+    folder.write("fw.hex", text);
+    expectRefusal({"--strict", "--ihex=o.hex", "fw.hex"}, message);
+    expectRefusal({"--strict", "fw.hex"}, message);
+    expectRefusal({"--strict", "--diff", "fw.hex", "good.hex"}, message);
+  }
+  EXPECT_EQ(run({"--strict", "-b", "-", "good.hex"}).out, "abcdefgh");
+}
+
 TEST_F(Qorhex, StrictNamesTheFileOfAnException) {
   folder.write("fw.hex", ":0400000041\n");
   folder.write("odd.hex", ":0400000041424\n");

@@ -62,6 +62,18 @@ void layOverEarlier(const IntelHexFile& image, std::size_t at) {
                 "the library cannot load this file" + detail);
 }
 
+// The library takes a record that goes on where no address is; its bytes would
+// come to lie at the beginning.
+void checkAddresses(const IntelHexFile& image, const std::string& path) {
+  for (std::size_t i = 0; i < image.getBlockCount(); ++i) {
+    if (endOf(*image[i]) > std::uint64_t{1} << 32U) {
+      throw Failure(REFUSED, path,
+                    "the data passes the address 0xffffffff; without --strict "
+                    "the line is told");
+    }
+  }
+}
+
 }  // namespace
 
 image_t loadImage(const std::string& path) {
@@ -78,6 +90,7 @@ image_t loadImage(const std::string& path) {
   if (!loaded) {
     throwLoadFailure(path, detail);
   }
+  checkAddresses(image.blocks, path);
   for (std::size_t i = 1; i < image.blocks.getBlockCount(); ++i) {
     layOverEarlier(image.blocks, i);
   }
