@@ -52,43 +52,52 @@ TEST_F(QorhexCheck, EveryDamageIsToldAtItsPlace) {
           upperLine(0xffff) + dataLine(0xfffe, "abc") + dataLine(0, "abcd") +
           ":00000001FE",
       3,
-      "fw.hex:1:1: error: no start code ':' at the beginning\n"
+      "fw.hex:1:1: error: no start code ':' at the beginning; every line is a "
+      "record, comments are not understood\n"
       "no record\n"
       "^\n"
-      "fw.hex:2:18: error: wrong checksum 0xf1, the bytes give 0xf2\n"
+      "fw.hex:2:18: error: wrong checksum 0xf1, the bytes give 0xf2; if the "
+      "bytes are right, write F2\n"
       ":0400000041424344F1\n"
       "                 ^\n"
-      "fw.hex:4:18: error: not a hex digit\n"
+      "fw.hex:4:18: error: not a hex digit; behind ':' stand 0 to 9 and A to F "
+      "alone\n"
       "  :04000000414243g4F2\n"
       "                 ^\n"
-      "fw.hex:5:20: error: not a hex digit\n"
+      "fw.hex:5:20: error: not a hex digit; behind ':' stand 0 to 9 and A to F "
+      "alone\n"
       ":0400000041424344F2 0\n"
       "                   ^\n"
       "fw.hex:6:18: error: shorter than its byte count says, 17 characters "
-      "instead of 19\n"
+      "instead of 19; the line was cut, or its byte count is wrong\n"
       ":04000000414243F1\n"
       "                 ^\n"
       "fw.hex:7:20: error: longer than its byte count says, 20 characters "
-      "instead of 19\n"
+      "instead of 19; lines were joined, or the byte count is wrong\n"
       ":0400000041424344F20\n"
       "                   ^\n"
-      "fw.hex:8:8: error: unsupported record type 0x06\n"
+      "fw.hex:8:8: error: unsupported record type 0x06; 00 to 05 are "
+      "understood\n"
       ":010000066198\n"
       "       ^\n"
-      "fw.hex:9:2: error: a record of type 0x05 has 4 data bytes, not 3\n"
+      "fw.hex:9:2: error: a record of type 0x05 has 4 data bytes, not 3; the "
+      "byte count or the type is wrong\n"
       ":03000005616263D2\n"
       " ^\n"
       "fw.hex:11:10: error: a second start address 0x61626365, that of line "
-      "10 is 0x61626364\n"
+      "10 is 0x61626364; keep one of them\n"
       ":04000005616263656C\n"
       "         ^\n"
-      "fw.hex:13:14: error: the record passes the address 0xffffffff\n"
+      "fw.hex:13:14: error: the record passes the address 0xffffffff; cut it "
+      "there, or correct its address\n"
       ":03FFFE00616263DA\n"
       "             ^\n"
-      "fw.hex:15:10: error: wrong checksum 0xfe, the bytes give 0xff\n"
+      "fw.hex:15:10: error: wrong checksum 0xfe, the bytes give 0xff; if the "
+      "bytes are right, write FF\n"
       ":00000001FE\n"
       "         ^\n"
-      "fw.hex:15:12: error: the text ends without an end record\n"
+      "fw.hex:15:12: error: the text ends without an end record; the file was "
+      "cut, or :00000001FF is missing\n"
       ":00000001FE\n"
       "           ^\n"
       "fw.hex: 12 errors, 0 warnings\n");
@@ -99,7 +108,8 @@ TEST_F(QorhexCheck, ConflictsComeByAddressBehindAllDamage) {
                   dataLine(0x22, "cDDe") + dataLine(0x10, "EFgh") + "x\n" +
                   dataLine(0x13, "H") + endLine,
               3,
-              "fw.hex:5:1: error: no start code ':' at the beginning\n"
+              "fw.hex:5:1: error: no start code ':' at the beginning; every "
+              "line is a record, comments are not understood\n"
               "x\n"
               "^\n"
               "fw.hex:4:10: error: byte 0x45 at 0x00000010 conflicts with 0x65 "
@@ -149,13 +159,15 @@ TEST_F(QorhexCheck, BehindADamagedAddressDataIsCheckedForFormAlone) {
                   dataLine(0, "EFGH") + upperLine(0) + dataLine(3, "D") +
                   endLine,
               3,
-              "fw.hex:2:14: error: wrong checksum 0xfa, the bytes give 0xf9\n" +
+              "fw.hex:2:14: error: wrong checksum 0xfa, the bytes give 0xf9; "
+              "if the bytes are right, write F9\n" +
                   checkTwo + "fw.hex:2:14: " + warning + checkTwo +
-                  "fw.hex:4:16: error: not a hex digit\n"
+                  "fw.hex:4:16: error: not a hex digit; behind ':' stand 0 to "
+                  "9 and A to F alone\n"
                   ":04000000414243g4F2\n"
                   "               ^\n"
                   "fw.hex:5:14: error: wrong checksum 0xfa, the bytes give "
-                  "0xf9\n" +
+                  "0xf9; if the bytes are right, write F9\n" +
                   checkTwo +
                   "fw.hex:8:10: error: byte 0x44 at 0x00000003 conflicts with "
                   "0x64 of fw.hex:1, 1 byte in all; --force accepts that\n"
@@ -166,7 +178,8 @@ TEST_F(QorhexCheck, ADamagedLineWhoseTypeIsKnownIsNoAddress) {
   expectCheck(
       dataLine(0, "abcd") + ":01000000BBFF\n" + dataLine(0, "ABcd") + endLine,
       3,
-      "fw.hex:2:12: error: wrong checksum 0xff, the bytes give 0x44\n"
+      "fw.hex:2:12: error: wrong checksum 0xff, the bytes give 0x44; if the "
+      "bytes are right, write 44\n"
       ":01000000BBFF\n"
       "           ^\n"
       "fw.hex:3:10: error: byte 0x41 at 0x00000000 conflicts with 0x61 "
@@ -178,10 +191,12 @@ TEST_F(QorhexCheck, OfALongLineTheCharactersAroundThePlaceAreShown) {
   const std::string digits(300000, '0');
   expectCheck(dataLine(0, "a") + ":" + digits + "\n" + "x\n" + endLine, 3,
               "fw.hex:2:12: error: longer than its byte count says, 300001 "
-              "characters instead of 11\n:" +
+              "characters instead of 11; lines were joined, or the byte count "
+              "is wrong\n:" +
                   digits.substr(0, 79) + "\n" + std::string(11, ' ') +
                   "^\n"
-                  "fw.hex:3:1: error: no start code ':' at the beginning\n"
+                  "fw.hex:3:1: error: no start code ':' at the beginning; "
+                  "every line is a record, comments are not understood\n"
                   "x\n"
                   "^\n"
                   "fw.hex: 2 errors, 0 warnings\n");
@@ -193,10 +208,12 @@ TEST_F(QorhexCheck, EveryFileHasItsProblemsAndItsSummary) {
   folder.write("\x1b[2J.hex", endLine);
   expectRun({"-c", "good.hex", "bad.hex", "nix.hex", ".", "\x1b[2J.hex"}, 4,
             "good.hex: 0 errors, 0 warnings\n"
-            "bad.hex:1:1: error: no start code ':' at the beginning\n"
+            "bad.hex:1:1: error: no start code ':' at the beginning; every "
+            "line is a record, comments are not understood\n"
             "x\n"
             "^\n"
-            "bad.hex:2:1: error: no start code ':' at the beginning\n"
+            "bad.hex:2:1: error: no start code ':' at the beginning; every "
+            "line is a record, comments are not understood\n"
             "y\n"
             "^\n"
             "bad.hex:4:1: warning: 1 line behind the end record is left out\n"
@@ -222,7 +239,8 @@ TEST_F(QorhexCheck, StandardInputIsCalledByItsName) {
   folder.write("fw.hex", "x\n" + endLine);
   const std::string path = folder.path("fw.hex");
   expectRun({"-c", "-"}, 3,
-            "<stdin>:1:1: error: no start code ':' at the beginning\n"
+            "<stdin>:1:1: error: no start code ':' at the beginning; every "
+            "line is a record, comments are not understood\n"
             "x\n"
             "^\n"
             "<stdin>: 1 error, 0 warnings\n",
@@ -253,13 +271,16 @@ TEST_F(QorhexCheck, AThousandFaultsAreAllNamed) {
     const std::string place = "fw.hex:" + std::to_string(2 * i + 1) + ':';
     if (i % 2 == 0) {
       line[20] = 'x';
-      expected += place + "21: error: not a hex digit\n" + line +
-                  std::string(20, ' ') + "^\n";
+      expected += place +
+                  "21: error: not a hex digit; behind ':' stand 0 to 9 "
+                  "and A to F alone\n" +
+                  line + std::string(20, ' ') + "^\n";
     } else {
       line.erase(41, 2);
       expected += place +
                   "42: error: shorter than its byte count says, 41 characters "
-                  "instead of 43\n" +
+                  "instead of 43; the line was cut, or its byte count is "
+                  "wrong\n" +
                   line + std::string(41, ' ') + "^\n";
     }
     text += line + dataLine(0x8000 + 16 * i, "fedcba9876543210");

@@ -154,7 +154,8 @@ INSTANTIATE_TEST_SUITE_P(Table, QorhexConflict,
 TEST_F(Qorhex, DamageComesBeforeConflicts) {
   folder.write("fw.hex", abcdLine + dataLine(0, "X") + "rubbish\n" + endLine);
   expectRefusal({"fw.hex"},
-                "fw.hex:3:1: error: no start code ':' at the beginning\n"
+                "fw.hex:3:1: error: no start code ':' at the beginning; every "
+                "line is a record, comments are not understood\n"
                 "rubbish\n"
                 "^\n");
 }

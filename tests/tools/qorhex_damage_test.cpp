@@ -44,18 +44,26 @@ TEST_P(QorhexBadText, IsRefusedWithPlaceReasonAndLine) {
   expectRefusal({"--force", "bad.hex"}, message);
 }
 
-const std::string noStartCode = "no start code ':' at the beginning";
-const std::string noDigit = "not a hex digit";
-const std::string noEnd = "the text ends without an end record";
+const std::string noStartCode =
+    "no start code ':' at the beginning; every "
+    "line is a record, comments are not understood";
+const std::string noDigit =
+    "not a hex digit; behind ':' stand 0 to 9 and A to "
+    "F alone";
+const std::string noEnd =
+    "the text ends without an end record; the file was "
+    "cut, or :00000001FF is missing";
 
 std::string shorter(const std::string& characters, int instead) {
   return "shorter than its byte count says, " + characters + " instead of " +
-         std::to_string(instead);
+         std::to_string(instead) +
+         "; the line was cut, or its byte count is wrong";
 }
 
 std::string longer(const std::string& characters, int instead) {
   return "longer than its byte count says, " + characters + " instead of " +
-         std::to_string(instead);
+         std::to_string(instead) +
+         "; lines were joined, or the byte count is wrong";
 }
 
 const badText_t badTexts[] = {
@@ -97,40 +105,60 @@ const badText_t badTexts[] = {
     {"LongerThanItsByteCount", " :0401000041424344F100\n", "1:21",
      longer("21 characters", 19), " :0401000041424344F100"},
     {"WrongChecksum", abcdLine + abcdLine + ":0401000041424344F2\n", "3:18",
-     "wrong checksum 0xf2, the bytes give 0xf1", ":0401000041424344F2"},
+     "wrong checksum 0xf2, the bytes give 0xf1; if the bytes are right, write "
+     "F1",
+     ":0401000041424344F2"},
     {"WrongChecksumOfTheLongestRecord",
      dataLine(0, std::string(255, 'a')).substr(0, 519) + "00\n", "1:520",
-     "wrong checksum 0x00, the bytes give 0x62",
+     "wrong checksum 0x00, the bytes give 0x62; if the bytes are right, write "
+     "62",
      dataLine(0, std::string(255, 'a')).substr(0, 519) + "00"},
     {"WrongChecksumComesBeforeTheType", ":02000006616236\n", "1:14",
-     "wrong checksum 0x36, the bytes give 0x35", ":02000006616236"},
+     "wrong checksum 0x36, the bytes give 0x35; if the bytes are right, write "
+     "35",
+     ":02000006616236"},
     {"OneCharacterMoreThanTheLongestRecord",
      ":FF" + std::string(519, '0') + '\n', "1:522",
      longer("522 characters", 521), ":FF" + std::string(519, '0')},
     {"UnsupportedType", abcdLine + "\xEF\xBB\xBF" + "\n", "2:1", noStartCode,
      "..."},
     {"UnsupportedTypeSix", abcdLine + recordLine(6, 0, "ab"), "2:8",
-     "unsupported record type 0x06", ":02000006616235"},
+     "unsupported record type 0x06; 00 to 05 are understood",
+     ":02000006616235"},
     {"LargestType", '\t' + recordLine(255, 0, ""), "1:9",
-     "unsupported record type 0xff", ".:000000FF01"},
+     "unsupported record type 0xff; 00 to 05 are understood", ".:000000FF01"},
     {"EndWithData", recordLine(1, 0, "a"), "1:2",
-     "a record of type 0x01 has 0 data bytes, not 1", ":01000001619D"},
+     "a record of type 0x01 has 0 data bytes, not 1; the byte count or the "
+     "type is wrong",
+     ":01000001619D"},
     {"ShortSegmentAddress", recordLine(2, 0, "a"), "1:2",
-     "a record of type 0x02 has 2 data bytes, not 1", ":01000002619C"},
+     "a record of type 0x02 has 2 data bytes, not 1; the byte count or the "
+     "type is wrong",
+     ":01000002619C"},
     {"ShortStartSegment", recordLine(3, 0, "ab"), "1:2",
-     "a record of type 0x03 has 4 data bytes, not 2", ":02000003616238"},
+     "a record of type 0x03 has 4 data bytes, not 2; the byte count or the "
+     "type is wrong",
+     ":02000003616238"},
     {"LongLinearAddress", recordLine(4, 0, "abc"), "1:2",
-     "a record of type 0x04 has 2 data bytes, not 3", ":03000004616263D3"},
+     "a record of type 0x04 has 2 data bytes, not 3; the byte count or the "
+     "type is wrong",
+     ":03000004616263D3"},
     {"EmptyStartLinear", recordLine(5, 0, ""), "1:2",
-     "a record of type 0x05 has 4 data bytes, not 0", ":00000005FB"},
+     "a record of type 0x05 has 4 data bytes, not 0; the byte count or the "
+     "type is wrong",
+     ":00000005FB"},
     {"SecondStartAddress",
      recordLine(5, 0, "main") + recordLine(3, 0, "segm") +
          recordLine(5, 0, "main") + recordLine(5, 0, "Main"),
-     "4:10", "a second start address 0x4d61696e, that of line 1 is 0x6d61696e",
+     "4:10",
+     "a second start address 0x4d61696e, that of line 1 is 0x6d61696e; "
+     "keep one of them",
      ":040000054D61696E72"},
     {"PassesTheLastAddress",
      baseLine(4, 0xFFFF) + dataLine(0xFFFD, "abcd") + endLine, "2:16",
-     "the record passes the address 0xffffffff", ":04FFFD006162636476"},
+     "the record passes the address 0xffffffff; cut it there, or correct its "
+     "address",
+     ":04FFFD006162636476"},
     {"EmptyFile", "", "1:1", noEnd, ""},
     {"BlankLinesOnly", "\n\r\n \n", "3:2", noEnd, " "},
     {"NoEndRecord", abcdLine + dataLine(0x100, "ABCD"), "2:20", noEnd,
@@ -139,7 +167,9 @@ const badText_t badTexts[] = {
     {"NoEndRecordAndNoLineFeed", abcdLine + ":0401000041424344F1 ", "2:21",
      noEnd, ":0401000041424344F1 "},
     {"DamagedEndRecord", abcdLine + ":00000001FE\n", "2:10",
-     "wrong checksum 0xfe, the bytes give 0xff", ":00000001FE"},
+     "wrong checksum 0xfe, the bytes give 0xff; if the bytes are right, write "
+     "FF",
+     ":00000001FE"},
     {"ByteOrderMarkInTheSecondLine", abcdLine + "\xEF\xBB\xBF" + abcdLine,
      "2:1", noStartCode, "...:0400000061626364" + abcdLine.substr(17, 2)},
     {"DamageBehindAByteOrderMark", "\xEF\xBB\xBF:0x\n", "1:6", noDigit,
@@ -201,7 +231,8 @@ const longLine_t longLines[] = {
      noStartCode, blanks(71) + "no record", 71},
     {"WrongChecksumBehindManyBlanks",
      blanks(large) + ":0401000041424344F2" + blanks(large) + '\n', "2:300018",
-     "wrong checksum 0xf2, the bytes give 0xf1",
+     "wrong checksum 0xf2, the bytes give 0xf1; if the bytes are right, write "
+     "F1",
      blanks(23) + ":0401000041424344F2" + blanks(38), 40},
     {"MissingBetweenManyBlanks", blanks(large) + ":00" + blanks(large) + '\n',
      "2:300004", shorter("3 characters", 11), blanks(37) + ":00" + blanks(40),
@@ -230,7 +261,8 @@ TEST_F(Qorhex, ARecordMayStandInALineOfAnyLength) {
 TEST_F(Qorhex, LinesBehindALongOneKeepTheirNumbers) {
   folder.write("bad.hex", blanks(large) + abcdLine + blanks(large) + "\nx\n");
   expectRefusal({"bad.hex"},
-                "bad.hex:3:1: error: no start code ':' at the beginning\n"
+                "bad.hex:3:1: error: no start code ':' at the beginning; every "
+                "line is a record, comments are not understood\n"
                 "x\n"
                 "^\n");
 }
@@ -251,8 +283,10 @@ TEST_F(Qorhex, ALongLineTakesNoMemory) {
 TEST_F(Qorhex, AHugeLineIsRefusedWithoutBeingRead) {
   folder.write("huge.hex", dataLine(0, "a") + ":");
   ASSERT_EQ(truncate(folder.path("huge.hex").c_str(), off_t{1} << 40U), 0);
-  expectRefusal({"huge.hex"}, "huge.hex:2:2: error: not a hex digit\n:" +
-                                  std::string(79, '.') + "\n ^\n");
+  expectRefusal({"huge.hex"},
+                "huge.hex:2:2: error: not a hex digit; behind "
+                "':' stand 0 to 9 and A to F alone\n:" +
+                    std::string(79, '.') + "\n ^\n");
 }
 
 TEST_F(Qorhex, AnEndlessDeviceIsRefusedAtOnce) {

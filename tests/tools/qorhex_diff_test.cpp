@@ -115,12 +115,14 @@ TEST_F(QorhexDiff, WhatIsWrongWithEachFileIsTold) {
   folder.write("bad.hex", dataLine(0, "ab"));
   folder.write("worse.hex", "rubbish\n");
   const std::string noEnd =
-      "bad.hex:1:16: error: the text ends without an end record\n" +
+      "bad.hex:1:16: error: the text ends without an end record; the file was "
+      "cut, or :00000001FF is missing\n" +
       dataLine(0, "ab") + "               ^\n";
   expectRun({"--diff", "old.hex", "bad.hex"}, 3, {}, noEnd);
   expectRun({"--diff", "bad.hex", "worse.hex"}, 3, {},
             noEnd +
-                "worse.hex:1:1: error: no start code ':' at the beginning\n"
+                "worse.hex:1:1: error: no start code ':' at the beginning; "
+                "every line is a record, comments are not understood\n"
                 "rubbish\n^\n");
   expectRun({"--diff", "none.hex", "bad.hex"}, 4, {},
             "qorhex: none.hex: No such file or directory\n" + noEnd);

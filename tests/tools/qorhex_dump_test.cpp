@@ -191,7 +191,8 @@ TEST_F(Qorhex, DumpStandsBesideTheFiles) {
 TEST_F(Qorhex, DumpOfABadFileIsEmpty) {
   folder.write("fw.hex", abcdLine + "rubbish\n");
   expectRefusal({"-x", "fw.hex"},
-                "fw.hex:2:1: error: no start code ':' at the beginning\n"
+                "fw.hex:2:1: error: no start code ':' at the beginning; every "
+                "line is a record, comments are not understood\n"
                 "rubbish\n"
                 "^\n");
 }

@@ -39,7 +39,9 @@ TEST(OtherKind, MagicNumbersStandAtTheBeginning) {
             "this is a UF2 file; uf2conv.py makes a binary file of it");
   EXPECT_EQ(kindOf("\x1F\x8B"), "this is a gzip file; gunzip unpacks it");
   EXPECT_EQ(kindOf("PK\x03\x04"), "this is a zip file; unzip unpacks it");
-  EXPECT_EQ(kindOf("PK\x05\x06"), "this is a zip file without contents");
+  EXPECT_EQ(
+      kindOf("PK\x05\x06"),
+      "this is a zip file without contents; get it from its source once more");
   EXPECT_EQ(kindOf("DfuSe"),
             "this is a DfuSe file; dfuse-pack.py -d makes binary files of its "
             "images");

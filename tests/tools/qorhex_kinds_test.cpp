@@ -105,14 +105,16 @@ class QorhexNoKind : public QorhexProgram {};
 TEST_F(QorhexNoKind, ASoundRecordBeforeItKeepsALineWhatItIs) {
   folder.write("fw.hex", "\n" + dataLine(0, "a") + "<html>\0\n"s + endLine);
   expectRun({"fw.hex"}, 3, {},
-            "fw.hex:3:1: error: no start code ':' at the beginning\n"
+            "fw.hex:3:1: error: no start code ':' at the beginning; every line "
+            "is a record, comments are not understood\n"
             "<html>.\n^\n");
 }
 
 TEST_F(QorhexNoKind, AnythingElseIsADamagedLine) {
   folder.write("fw.hex", "\nHello\n");
   expectRun({"fw.hex"}, 3, {},
-            "fw.hex:2:1: error: no start code ':' at the beginning\n"
+            "fw.hex:2:1: error: no start code ':' at the beginning; every line "
+            "is a record, comments are not understood\n"
             "Hello\n^\n");
 }
 

@@ -219,7 +219,8 @@ TEST_F(Qorhex, AMessageIsOneWrite) {
   }
   EXPECT_THAT(messages,
               ElementsAre("a.hex:2:1: error: no start code ':' at the "
-                          "beginning\nrubbish\n^\n",
+                          "beginning; every line is a record, comments are not "
+                          "understood\nrubbish\n^\n",
                           "qorhex: b.hex: start address 0x6d61696e\n",
                           "qorhex: b.hex: 4 repeated bytes merged\n",
                           "qorhex: ./b-00000000.bin: written\n",

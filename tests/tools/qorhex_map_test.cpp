@@ -77,34 +77,39 @@ TEST_F(QorhexMap, EveryProblemOfAMapIsToldBeforeAFileIsRead) {
       "  app  0x1ff+1\n"
       "\xEF\xBB\xBFlate 0x500+1\n"
       "app 0+0x101\n",
-      "map:2:1: error: the name is that of line 1 already\n"
+      "map:2:1: error: the name is that of line 1 already; choose another\n"
       "boot 0x300-0x3ff\n"
       "^\n"
-      "map:3:2: error: a name has letters, digits, '_', '-' and '.' alone\n"
+      "map:3:2: error: a name has letters, digits, '_', '-' and '.' alone; "
+      "comments begin with #\n"
       "a/pp 0x400-0x4ff\n"
       " ^\n"
-      "map:4:4: error: a region is two words, <name> <range>, not 1\n"
+      "map:4:4: error: a region is two words, <name> <range>, not 1; write the "
+      "range behind the name\n"
       "app\n"
       "   ^\n"
-      "map:5:11: error: a region is two words, <name> <range>, not 4\n"
+      "map:5:11: error: a region is two words, <name> <range>, not 4; comments "
+      "begin with #\n"
       "app 0x400 - 0x4ff # three\n"
       "          ^\n"
       "map:6:5: error: a leading 0 before other digits; hexadecimal numbers "
       "begin with 0x\n"
       "app 0x400-07\n"
       "    ^\n"
-      "map:7:5: error: the last address is below the first\n"
+      "map:7:5: error: the last address is below the first; a range is "
+      "<first>-<last> or <first>+<size>, up to 0xffffffff\n"
       "app 0x400-0x3ff\n"
       "    ^\n"
       "map:8:8: error: overlaps the region of line 1, boot "
-      "0x00000100-0x000001ff\n"
+      "0x00000100-0x000001ff; let one end before the other begins\n"
       "  app  0x1ff+1\n"
       "       ^\n"
-      "map:9:1: error: a name has letters, digits, '_', '-' and '.' alone\n"
+      "map:9:1: error: a name has letters, digits, '_', '-' and '.' alone; "
+      "comments begin with #\n"
       "...late 0x500+1\n"
       "^\n"
       "map:10:5: error: overlaps the region of line 1, boot "
-      "0x00000100-0x000001ff\n"
+      "0x00000100-0x000001ff; let one end before the other begins\n"
       "app 0+0x101\n"
       "    ^\n");
 }
@@ -113,19 +118,24 @@ TEST_F(QorhexMap, RegionsThatTouchDoNotOverlap) {
   expectMapTaken("b 0x200-0x2ff\na 0x000-0x1ff\nc 0x300-0xffffffff\n");
   expectMapProblems("b 0x200-0x2ff\na 0x000-0x400\n",
                     "map:2:3: error: overlaps the region of line 1, b "
-                    "0x00000200-0x000002ff\n"
+                    "0x00000200-0x000002ff; let one end before the other "
+                    "begins\n"
                     "a 0x000-0x400\n"
                     "  ^\n");
 }
 
 TEST_F(QorhexMap, AMapHasARegion) {
-  expectMapProblems("", "map:1:1: error: the map ends without a region\n\n^\n");
+  expectMapProblems("",
+                    "map:1:1: error: the map ends without a region; write "
+                    "<name> <range> on a line\n\n^\n");
   expectMapProblems("# none\n\n# at all\r\n",
-                    "map:3:9: error: the map ends without a region\n"
+                    "map:3:9: error: the map ends without a region; write "
+                    "<name> <range> on a line\n"
                     "# at all\n"
                     "        ^\n");
   expectMapProblems("# none",
-                    "map:1:7: error: the map ends without a region\n"
+                    "map:1:7: error: the map ends without a region; write "
+                    "<name> <range> on a line\n"
                     "# none\n"
                     "      ^\n");
 }
@@ -133,7 +143,7 @@ TEST_F(QorhexMap, AMapHasARegion) {
 TEST_F(QorhexMap, ALineWithoutEndIsRefusedWithoutReadingOn) {
   expectRun({"--map=/dev/zero", "fw.hex"}, 3, {},
             "/dev/zero:1:131073: error: longer than the 131072 characters that "
-            "a line may have\n" +
+            "a line may have; a map has a region on each\n" +
                 std::string(80, '.') + '\n' + std::string(80, ' ') + "^\n");
 }
 
@@ -141,7 +151,7 @@ TEST_F(QorhexMap, HostileMapsAreShownWithoutHarm) {
   folder.write("\x1b[2J", "\x1b[31m 0-1\n");
   expectRun({"--map=\x1b[2J", "fw.hex"}, 3, {},
             "\\x1b[2J:1:1: error: a name has letters, digits, '_', '-' and '.' "
-            "alone\n"
+            "alone; comments begin with #\n"
             ".[31m 0-1\n"
             "^\n");
 }
@@ -157,7 +167,8 @@ TEST_F(QorhexMap, AMapThatCannotBeReadIsStatusFour) {
 TEST_F(QorhexMap, StandardInputCanBeTheMap) {
   folder.write("map", "boot 0x100-0x1ff\nboot 0-1\n");
   expectRun({"--map=-", "fw.hex"}, 3, {},
-            "<stdin>:2:1: error: the name is that of line 1 already\n"
+            "<stdin>:2:1: error: the name is that of line 1 already; choose "
+            "another\n"
             "boot 0-1\n"
             "^\n",
             [this] {
@@ -260,7 +271,8 @@ TEST_F(QorhexMap, ConflictsAndDataOutsideComeByAddressBehindDamage) {
                               dataLine(0x200, "c") + dataLine(0x1000, "d") +
                               dataLine(0x1200, "e") + "x\n" + endLine);
   expectRun({"--map=map", "bad.hex"}, 3, {},
-            "bad.hex:6:1: error: no start code ':' at the beginning\nx\n^\n");
+            "bad.hex:6:1: error: no start code ':' at the beginning; every "
+            "line is a record, comments are not understood\nx\n^\n");
   const std::string nearest =
       " is outside of all regions, 1 byte in all; move it or extend the map, "
       "whose nearest region is all, 0x00001000-0x000010ff\n";
@@ -270,7 +282,8 @@ TEST_F(QorhexMap, ConflictsAndDataOutsideComeByAddressBehindDamage) {
                             "9A\n"
                             "         ^\n";
   expectRun({"-c", "--map=map", "bad.hex"}, 3,
-            "bad.hex:6:1: error: no start code ':' at the beginning\nx\n^\n" +
+            "bad.hex:6:1: error: no start code ':' at the beginning; every "
+            "line is a record, comments are not understood\nx\n^\n" +
                 first + "bad.hex:1:10: error: data at 0x00000300" + nearest +
                 ":01030000619B\n"
                 "         ^\n"

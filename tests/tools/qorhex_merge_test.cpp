@@ -48,7 +48,8 @@ TEST_F(QorhexMerging, TheFilesAreOneImage) {
   expectRun(
       {"-m", "-x", "app.hex", "boot.hex"}, 0,
       "0x00000000: 61 62 63 64                                      |abcd|\n\n"
-      "0x00000010: 65 66 67 68 69 6a 6b 6c                          |efghijkl|\n\n"
+      "0x00000010: 65 66 67 68 69 6a 6b 6c                          "
+      "|efghijkl|\n\n"
       "0x00000020: 6d 6e 6f 70                                      |mnop|\n");
 }
 
@@ -195,11 +196,13 @@ TEST_F(QorhexMerging, EachFileTellsItsFirstProblem) {
   expectRun({"-m", "--ihex=all.hex", "bad.hex", "boot.hex", "nix.hex",
              "short.hex", "app.hex"},
             4, {},
-            "bad.hex:2:1: error: no start code ':' at the beginning\n"
+            "bad.hex:2:1: error: no start code ':' at the beginning; every "
+            "line is a record, comments are not understood\n"
             "x\n"
             "^\n"
             "qorhex: nix.hex: No such file or directory\n"
-            "short.hex:1:20: error: the text ends without an end record\n"
+            "short.hex:1:20: error: the text ends without an end record; the "
+            "file was cut, or :00000001FF is missing\n"
             ":040100006162636471\n"
             "                   ^\n"
             "boot.hex:2:10: error: byte 0x65 at 0x00000010 conflicts with 0x45 "
@@ -207,10 +210,12 @@ TEST_F(QorhexMerging, EachFileTellsItsFirstProblem) {
   EXPECT_THAT(folder.names(), ElementsAre("app.hex", "bad.hex", "boot.hex",
                                           "over.hex", "short.hex"));
   expectRun({"-m", "bad.hex", "short.hex"}, 3, {},
-            "bad.hex:2:1: error: no start code ':' at the beginning\n"
+            "bad.hex:2:1: error: no start code ':' at the beginning; every "
+            "line is a record, comments are not understood\n"
             "x\n"
             "^\n"
-            "short.hex:1:20: error: the text ends without an end record\n"
+            "short.hex:1:20: error: the text ends without an end record; the "
+            "file was cut, or :00000001FF is missing\n"
             ":040100006162636471\n"
             "                   ^\n");
 }

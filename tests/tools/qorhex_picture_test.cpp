@@ -139,7 +139,8 @@ TEST_F(QorhexPicture, ARefusedFileLeavesTheOldPicture) {
   folder.write("map.svg", "old");
   folder.write("bad.hex", "rubbish\n");
   expectRun({"--svg=map.svg", "bad.hex"}, 3, {},
-            "bad.hex:1:1: error: no start code ':' at the beginning\n"
+            "bad.hex:1:1: error: no start code ':' at the beginning; every "
+            "line is a record, comments are not understood\n"
             "rubbish\n^\n");
   EXPECT_EQ(folder.read("map.svg"), "old");
   expectRun({"--svg=none/map.svg", "fw.hex"}, 4, {},

@@ -86,7 +86,8 @@ TEST_F(Qorhex, LinesOfAPipeAreJudgedAsTheyCome) {
   const processResult_t result =
       run({"-"}, [] { givePipe(abcdLine + "rubbish\n"); });
   EXPECT_EQ(result.err,
-            "<stdin>:2:1: error: no start code ':' at the beginning\n"
+            "<stdin>:2:1: error: no start code ':' at the beginning; every "
+            "line is a record, comments are not understood\n"
             "rubbish\n"
             "^\n");
   EXPECT_EQ(result.status, 3);
@@ -145,7 +146,8 @@ TEST_F(Qorhex, AFileThatIsRenamedOverIsOneOrTheOther) {
 TEST_F(Qorhex, ABadLineOfAPipeIsShown) {
   expectRefusal(
       {"/dev/stdin"},
-      "/dev/stdin:2:20: error: the text ends without an end record\n"
+      "/dev/stdin:2:20: error: the text ends without an end record; the file "
+      "was cut, or :00000001FF is missing\n"
       ":0401000041424344F1\n"
       "                   ^\n",
       [] {

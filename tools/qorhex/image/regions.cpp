@@ -41,6 +41,14 @@ std::vector<word_t> wordsOf(std::string_view line, std::size_t skipped) {
   return words;
 }
 
+// What to do about a range that was refused for `reason`, where that does not
+// say it.
+const char* hintBehind(const std::string& reason) {
+  return reason.find(';') == std::string::npos
+             ? "; a range is <first>-<last> or <first>+<size>, up to 0xffffffff"
+             : "";
+}
+
 class MapReader {
  public:
   MapReader(TextInput& text, const problemSink_t& problemSink)
@@ -52,7 +60,8 @@ class MapReader {
     }
     if (byName.empty() && !failed) {
       number = std::max<std::uint64_t>(number, 1);
-      refuse(line.size(), "the map ends without a region");
+      refuse(line.size(),
+             "the map ends without a region; write <name> <range> on a line");
     }
     std::vector<region_t> regions;
     regions.reserve(byFirst.size());
@@ -85,8 +94,10 @@ class MapReader {
       line.remove_suffix(1);
     }
     if (feed == nullptr && input.isFull()) {
-      refuse(size, "longer than the " + std::to_string(size) +
-                       " characters that a line may have");
+      refuse(
+          size,
+          "longer than the " + std::to_string(size) +
+              " characters that a line may have; a map has a region on each");
       return false;
     }
     input.take(size + (feed == nullptr ? 0 : 1));
@@ -110,13 +121,15 @@ class MapReader {
     const std::size_t strange = word.text.find_first_not_of(nameCharacters);
     if (strange != std::string_view::npos) {
       refuse(word.at + strange,
-             "a name has letters, digits, '_', '-' and '.' alone");
+             "a name has letters, digits, '_', '-' and '.' alone; "
+             "comments begin with #");
       return false;
     }
     const auto known = byName.find(word.text);
     if (known != byName.end()) {
       refuse(word.at, "the name is that of line " +
-                          std::to_string(known->second) + " already");
+                          std::to_string(known->second) +
+                          " already; choose another");
       return false;
     }
     return true;
@@ -129,7 +142,9 @@ class MapReader {
     const std::size_t at =
         words.size() == 1 ? words[0].at + words[0].text.size() : words[2].at;
     refuse(at, "a region is two words, <name> <range>, not " +
-                   std::to_string(words.size()));
+                   std::to_string(words.size()) +
+                   (words.size() == 1 ? "; write the range behind the name"
+                                      : "; comments begin with #"));
     return false;
   }
 
@@ -137,7 +152,7 @@ class MapReader {
     std::string reason;
     const std::optional<range_t> range = parseRange(text.text, reason);
     if (!range) {
-      refuse(text.at, reason);
+      refuse(text.at, reason + hintBehind(reason));
       return;
     }
     // Of the regions before it that of the highest address alone can reach into
@@ -150,7 +165,8 @@ class MapReader {
                  std::to_string(byName.find(other->second.name)->second) +
                  ", " + other->second.name + ' ' +
                  hexText(other->second.range.first, 8) + '-' +
-                 hexText(other->second.range.last, 8));
+                 hexText(other->second.range.last, 8) +
+                 "; let one end before the other begins");
       return;
     }
     byName.emplace(name.text, number);

@@ -235,10 +235,14 @@ lineBody_t bodyOf(std::string_view text) {
 damage_t describeDamage(const lineBody_t& body) {
   const char* const text = body.head.data();
   if (text[0] != ':') {
-    return {0, "no start code ':' at the beginning"};
+    return {
+        0,
+        "no start code ':' at the beginning; every line is a record, comments "
+        "are not understood"};
   }
   if (body.strange != body.size) {
-    return {body.strange, "not a hex digit"};
+    return {body.strange,
+            "not a hex digit; behind ':' stand 0 to 9 and A to F alone"};
   }
   const std::size_t expected =
       body.size < 3 ? recordFrame
@@ -246,20 +250,26 @@ damage_t describeDamage(const lineBody_t& body) {
   if (body.size < expected) {
     return {body.size, "shorter than its byte count says, " +
                            countText(body.size, "character") + " instead of " +
-                           std::to_string(expected)};
+                           std::to_string(expected) +
+                           "; the line was cut, or its byte count is wrong"};
   }
   if (body.size > expected) {
     return {expected, "longer than its byte count says, " +
                           countText(body.size, "character") + " instead of " +
-                          std::to_string(expected)};
+                          std::to_string(expected) +
+                          "; lines were joined, or the byte count is wrong"};
   }
   const char* const checksum = text + expected - 2;
   unsigned sum = 0;
   for (const char* pair = text + 1; pair != checksum; pair += 2) {
     sum += hexByte(pair);
   }
+  const unsigned right = -sum & 0xFFU;
+  constexpr char digits[] = "0123456789ABCDEF";
   return {expected - 2, "wrong checksum " + hexText(hexByte(checksum), 2) +
-                            ", the bytes give " + hexText(-sum & 0xFFU, 2)};
+                            ", the bytes give " + hexText(right, 2) +
+                            "; if the bytes are right, write " +
+                            digits[right >> 4U] + digits[right & 0xFU]};
 }
 
 bool mayBeAddress(const lineBody_t& body) {

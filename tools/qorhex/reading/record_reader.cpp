@@ -127,7 +127,10 @@ RecordReader::step_t RecordReader::takeRecord(const recordHead_t& head,
     return takeData(head, room, piece);
   }
   if (head.type > START_LINEAR) {
-    refuse(typeAt, "unsupported record type " + hexText(head.type, 2), false);
+    refuse(typeAt,
+           "unsupported record type " + hexText(head.type, 2) +
+               "; 00 to 05 are understood",
+           false);
     return step_t::NOTHING;
   }
   const bool address =
@@ -137,7 +140,8 @@ RecordReader::step_t RecordReader::takeRecord(const recordHead_t& head,
     refuse(countAt,
            "a record of type " + hexText(head.type, 2) + " has " +
                countText(required, "data byte") + ", not " +
-               std::to_string(head.size),
+               std::to_string(head.size) +
+               "; the byte count or the type is wrong",
            address);
     return step_t::NOTHING;
   }
@@ -166,7 +170,9 @@ RecordReader::step_t RecordReader::takeData(const recordHead_t& head,
     wrap(piece, room);
   } else if (piece.end() > addressSpace) {
     refuse(dataAt + 2 * (addressSpace - piece.address),
-           "the record passes the address 0xffffffff", false);
+           "the record passes the address 0xffffffff; cut it there, "
+           "or correct its address",
+           false);
     return step_t::NOTHING;
   }
   return step_t::PIECE;
@@ -193,7 +199,8 @@ void RecordReader::takeStart(unsigned type, const unsigned char* bytes) {
   if (known != starts.end() && known->value != value) {
     refuse(dataAt,
            "a second start address " + hexText(value, 8) + ", that of line " +
-               std::to_string(known->line) + " is " + hexText(known->value, 8),
+               std::to_string(known->line) + " is " + hexText(known->value, 8) +
+               "; keep one of them",
            false);
     return;
   }
@@ -350,7 +357,9 @@ void RecordReader::warnAboutRest() {
 void RecordReader::reportMissingEnd() {
   const std::uint64_t size = line.isLong ? longLine.size() : line.text.size();
   number = std::max<std::uint64_t>(number, 1);
-  report(severity_t::ERROR, size + 1, "the text ends without an end record");
+  report(severity_t::ERROR, size + 1,
+         "the text ends without an end record; the file was cut, "
+         "or :00000001FF is missing");
 }
 
 // Reports what the text is if it is known as no Intel HEX; the line at hand is
