@@ -240,7 +240,12 @@ const longLine_t longLines[] = {
     {"NoEndRecord", abcdLine.substr(0, 19) + blanks(large), "2:300020", noEnd,
      blanks(80), 80},
     {"NoEndRecordBehindABlankLine", blanks(large) + "\r\n", "2:300001", noEnd,
-     blanks(79) + '.', 79},
+     blanks(80), 80},
+    {"NoStartCodeBeforeACarriageReturn", blanks(large) + "X\r\n", "2:300001",
+     noStartCode, blanks(79) + "X", 79},
+    {"ShorterBeforeACarriageReturn", blanks(large) + ":0401000041424344F\r\n",
+     "2:300019", shorter("18 characters", 19),
+     blanks(62) + ":0401000041424344F", 80},
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, QorhexLongLine, testing::ValuesIn(longLines),

@@ -6,7 +6,6 @@
 
 void LongLine::add(char character) {
   const std::uint64_t at = length++;
-  last = character;
   if (at < shownOfLongLine) {
     beginning += character;
   }
@@ -41,6 +40,22 @@ void LongLine::add(char character) {
   if (recent.size() == 4 * shownOfLongLine) {
     recent.erase(0, 3 * shownOfLongLine);
   }
+}
+
+void LongLine::end() {
+  if (recent.empty() || recent.back() != '\r') {
+    return;
+  }
+  for (window_t* const window : {&start, &odd}) {
+    if (window->first + window->text.size() == length) {
+      window->text.pop_back();
+    }
+  }
+  if (beginning.size() == length) {
+    beginning.pop_back();
+  }
+  recent.pop_back();
+  --length;
 }
 
 bool LongLine::isLost() const {

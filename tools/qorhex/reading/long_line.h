@@ -30,6 +30,9 @@ class LongLine {
   /// Adds the next character, which is no line feed.
   void add(char character);
 
+  /// Ends the line; a carriage return that came last is no part of it.
+  void end();
+
   /// Tells whether the line is damaged, whatever follows, and enough of it is
   /// there to be shown.
   bool isLost() const;
@@ -37,8 +40,8 @@ class LongLine {
   /// Tells whether there is nothing but blanks.
   bool isBlankLine() const { return head.empty(); }
 
-  /// The number of characters, without a carriage return at the end.
-  std::uint64_t size() const { return length - (last == '\r' ? 1 : 0); }
+  /// The number of characters.
+  std::uint64_t size() const { return length; }
 
   /// The number of characters in front of the body.
   std::uint64_t indent() const { return bodyBegin; }
@@ -64,7 +67,6 @@ class LongLine {
 
   std::size_t skip;
   std::uint64_t length{0};
-  char last{0};
   std::string beginning;  // the first characters of the line
   std::string recent;     // the last characters before this one
   std::uint64_t bodyBegin{0};

@@ -280,7 +280,7 @@ void RecordReader::readLongLine(bool whole) {
     for (std::size_t i = 0; i < left; ++i) {
       if (text[i] == '\n') {
         input.take(i + 1);
-        line.isOpen = false;
+        endLongLine();
         return;
       }
       longLine.add(text[i]);
@@ -300,6 +300,11 @@ RecordReader::step_t RecordReader::checkLine(unsigned char* room,
   if (line.isLong) {
     if (longLine.isBlankLine()) {
       return step_t::NOTHING;
+  endLongLine();
+}
+
+void RecordReader::endLongLine() {
+  longLine.end();
     }
     line.indent = longLine.indent();
     body = longLine.body();

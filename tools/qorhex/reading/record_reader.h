@@ -106,6 +106,7 @@ class RecordReader {
   bool findLine();
   bool endsHere() const;
   void readLongLine(bool whole);
+  void endLongLine();
   step_t checkLine(unsigned char* room, piece_t& piece);
   void warnAboutRest();
   void reportMissingEnd();
