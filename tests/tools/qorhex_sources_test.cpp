@@ -3,6 +3,7 @@
 // FILEs that are no plain files, or do not stay what they are.
 
 #include <atomic>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -80,6 +81,73 @@ TEST_F(Qorhex, StandardInputIsNotReadBeyondTheEndRecord) {
       EXPECT_EQ(result.status, 0) << behind;
     }
   }
+}
+
+// A pipe that holds `pieces`, one after the other, and stays open for as long
+// as the program reads.
+class QorhexPipe : public Qorhex {
+ protected:
+  processResult_t runFed(const std::vector<std::string>& arguments,
+                         const std::vector<std::string>& pieces, bool ends) {
+    EXPECT_EQ(mkfifo(folder.path("fifo").c_str(), 0600), 0);
+    const std::string path = folder.path("fifo");
+    std::atomic<bool> done{false};
+    std::thread feeding([&] {
+      sigset_t signals;
+      sigemptyset(&signals);
+      sigaddset(&signals, SIGPIPE);
+      pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+      const int fifo = open(path.c_str(), O_WRONLY);
+      for (const std::string& piece : pieces) {
+        EXPECT_NE(write(fifo, piece.data(), piece.size()), -1);
+        usleep(100000);
+      }
+      while (!ends && !done) {
+        usleep(1000);
+      }
+      close(fifo);
+    });
+    processResult_t result = run(arguments, [] { alarm(20); });
+    done = true;
+    feeding.join();
+    return result;
+  }
+};
+
+TEST_F(QorhexPipe, AnEndRecordBehindManyBlanksIsNotReadBeyond) {
+  const processResult_t result =
+      runFed({"-b", "-", "fifo"},
+             {dataLine(0, "abcd") + blanks(large) + ":00000001FF "}, false);
+  EXPECT_EQ(result.out, "abcd");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(QorhexPipe, TheKindOfAFileIsThatOfAllItsPieces) {
+  const processResult_t result = runFed(
+      {"fifo"}, {"abc\n", std::string(4, '\0'), std::string(4, '\0')}, true);
+  EXPECT_EQ(result.err,
+            "fifo:1:1: error: these are raw bytes; objcopy -I binary -O ihex "
+            "--change-addresses=<address> makes Intel HEX of them\n"
+            "abc\n"
+            "^\n");
+  EXPECT_EQ(result.status, 3);
+}
+
+TEST_F(QorhexPipe, ADamagedFirstLineKeepsItsTextWhileMoreIsRead) {
+  const processResult_t result = runFed(
+      {"--check", "fifo"}, {":0000000\n", blanks(large) + '\n', endLine}, true);
+  EXPECT_EQ(result.out,
+            "fifo:1:9: error: shorter than its byte count says, 8 characters "
+            "instead of 11; the line was cut, or its byte count is wrong\n"
+            ":0000000\n"
+            "        ^\n"
+            "fifo:1:9: warning: data behind this line is checked for form "
+            "alone, until a record says where it goes\n"
+            ":0000000\n"
+            "        ^\n"
+            "fifo: 1 error, 1 warning\n");
+  EXPECT_EQ(result.status, 3);
 }
 
 TEST_F(Qorhex, LinesOfAPipeAreJudgedAsTheyCome) {

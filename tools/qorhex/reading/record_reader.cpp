@@ -73,6 +73,15 @@ std::string_view trimmed(std::string_view line, std::size_t skipped) {
                      static_cast<std::size_t>(last - begin));
 }
 
+bool isEndRecord(const lineBody_t& body) {
+  recordHead_t head{};
+  unsigned char data[maxRecordData];
+  return body.size == recordFrame &&
+         decodeRecordReference(body.head.data(), recordFrame, head, data) !=
+             0 &&
+         head.type == END_OF_FILE;
+}
+
 }  // namespace
 
 RecordReader::RecordReader(TextInput& text, const problemSink_t& problemSink,
@@ -264,11 +273,7 @@ bool RecordReader::endsHere() const {
   }
   const std::string_view text(input.text(), input.left());
   const std::string_view body = trimmed(text, markSize(text, number + 1));
-  recordHead_t head{};
-  unsigned char data[maxRecordData];
-  return body.size() == recordFrame &&
-         decodeRecordReference(body.data(), body.size(), head, data) != 0 &&
-         head.type == END_OF_FILE;
+  return isEndRecord({body, body.size(), body.size()});
 }
 
 // Reads the line that fills the buffer to its end; unless it shall be read as a
@@ -290,7 +295,16 @@ void RecordReader::readLongLine(bool whole) {
       }
     }
     input.take(left);
+    if (!input.isRegular() && !longLine.isBlankLine() &&
+        isEndRecord(longLine.body())) {
+      break;
+    }
   } while (input.readMore());
+  endLongLine();
+}
+
+void RecordReader::endLongLine() {
+  longLine.end();
   line.isOpen = false;
 }
 
@@ -300,11 +314,6 @@ RecordReader::step_t RecordReader::checkLine(unsigned char* room,
   if (line.isLong) {
     if (longLine.isBlankLine()) {
       return step_t::NOTHING;
-  endLongLine();
-}
-
-void RecordReader::endLongLine() {
-  longLine.end();
     }
     line.indent = longLine.indent();
     body = longLine.body();
@@ -322,11 +331,12 @@ void RecordReader::endLongLine() {
       body.size) {
     return takeRecord(head, room, piece);
   }
+  const damage_t damage = describeDamage(body);
+  const bool address = mayBeAddress(body);
   if (reportOtherKind()) {
     return step_t::END;
   }
-  const damage_t damage = describeDamage(body);
-  refuse(damage.at, damage.text, mayBeAddress(body));
+  refuse(damage.at, damage.text, address);
   if (line.isOpen) {
     readLongLine(true);
   }
@@ -373,6 +383,7 @@ bool RecordReader::reportOtherKind() {
   if (firstFilledLine(input.beginning()) != number) {
     return false;
   }
+  readBeginning();
   const char* const kind = otherKind(input.beginning());
   if (kind == nullptr) {
     return false;
@@ -384,6 +395,17 @@ bool RecordReader::reportOtherKind() {
   }
   sink(problem);
   return true;
+}
+
+// Reads what tells the kind of a text, which may come in pieces. The line at
+// hand, which would move, is kept.
+void RecordReader::readBeginning() {
+  if (!line.isLong) {
+    firstLine = line.text;
+    line.text = firstLine;
+  }
+  while (input.beginning().size() < kindRoom && input.readMore()) {
+  }
 }
 
 void RecordReader::report(severity_t severity, std::uint64_t column,

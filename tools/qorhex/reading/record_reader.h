@@ -111,6 +111,7 @@ class RecordReader {
   void warnAboutRest();
   void reportMissingEnd();
   bool reportOtherKind();
+  void readBeginning();
   void report(severity_t severity, std::uint64_t column,
               const std::string& text);
   void refuse(std::uint64_t at, const std::string& text, bool address);
@@ -120,6 +121,7 @@ class RecordReader {
   startCheck_t checkStart;
   line_t line{};
   LongLine longLine{0};
+  std::string firstLine;  // that is filled, where it is damaged
   std::uint64_t number{0};
   std::uint32_t base{0};
   bool segmented{false};
