@@ -230,9 +230,27 @@ TEST_F(QorhexCheck, EveryFileHasItsProblemsAndItsSummary) {
 TEST_F(QorhexCheck, OptionsThatChooseActBeforeTheSummary) {
   folder.write("fw.hex", dataLine(0, "abcd") + dataLine(2, "CD") + endLine);
   expectRun({"-c", "--force", "--range=0x100+1", "fw.hex"}, 0,
+            "fw.hex:2:10: warning: byte 0x43 at 0x00000002 conflicts with 0x63 "
+            "of fw.hex:1, 2 bytes in all; accepted (--force)\n"
             "qorhex: fw.hex: warning: no data in the ranges\n"
-            "fw.hex: 0 errors, 1 warning\n",
+            "fw.hex: 0 errors, 2 warnings\n",
             "qorhex: fw.hex: 2 conflicting bytes accepted (--force)\n");
+}
+
+TEST_F(QorhexCheck, WhatForceAcceptsIsAWarningWithBothPlaces) {
+  folder.write("fw.hex", dataLine(0, "abcd") + dataLine(2, "CD") +
+                             dataLine(3, "d") + endLine);
+  const std::string sum =
+      "qorhex: fw.hex: 2 conflicting bytes accepted (--force)\n";
+  expectRun({"--check", "--force", "fw.hex"}, 0,
+            "fw.hex:2:10: warning: byte 0x43 at 0x00000002 conflicts with 0x63 "
+            "of fw.hex:1, 2 bytes in all; accepted (--force)\n"
+            "fw.hex:3:10: warning: byte 0x64 at 0x00000003 conflicts with 0x44 "
+            "of fw.hex:2, 1 byte in all; accepted (--force)\n"
+            "fw.hex: 0 errors, 2 warnings\n",
+            sum);
+  // Elsewhere the sum is enough.
+  expectRun({"--force", "fw.hex"}, 0, run({"--force", "fw.hex"}).out, sum);
 }
 
 TEST_F(QorhexCheck, StandardInputIsCalledByItsName) {

@@ -190,6 +190,42 @@ TEST_F(QorhexMerging, UnderForceTheLaterStartAddressCountsAndIsTold) {
                 recordLine(3, 0, {0, 0, 0, 5}) + endLine);
 }
 
+// A warning of other.hex in column 10, as JSON.
+std::string warningJson(int line, const std::string& text) {
+  return R"({"file":"other.hex","line":)" + std::to_string(line) +
+         R"(,"column":10,"severity":"warning","text":")" + text + "\"}";
+}
+
+TEST_F(QorhexMerging, WhatGivesWayIsAWarningWhereAllIsTold) {
+  folder.write("other.hex",
+               dataLine(0, "Abcd") + recordLine(5, 0, {0, 0, 0, 2}) + endLine);
+  const std::string sum =
+      "qorhex: boot.hex: start address 0x00000001 gives way to that of "
+      "other.hex (--force)\n"
+      "qorhex: boot.hex, other.hex: 1 conflicting byte accepted (--force)\n";
+  const std::string ofStart =
+      "start address 0x00000002 conflicts with 0x00000001 of boot.hex:3, which "
+      "gives way (--force)";
+  const std::string ofByte =
+      "byte 0x41 at 0x00000000 conflicts with 0x61 of boot.hex:1, 1 byte in "
+      "all; accepted (--force)";
+  expectRun({"-m", "--force", "--check", "boot.hex", "other.hex"}, 0,
+            "boot.hex: 0 errors, 0 warnings\n"
+            "other.hex:2:10: warning: " +
+                ofStart +
+                "\n:0400000500000002F5\n"
+                "         ^\n"
+                "other.hex:1:10: warning: " +
+                ofByte + "\nother.hex: 0 errors, 2 warnings\n",
+            sum);
+  const processResult_t json =
+      run({"-m", "--force", "--format=json", "boot.hex", "other.hex"});
+  EXPECT_EQ(json.err, sum);
+  EXPECT_THAT(json.out,
+              testing::HasSubstr("\"problems\":[" + warningJson(2, ofStart) +
+                                 ',' + warningJson(1, ofByte) + ']'));
+}
+
 TEST_F(QorhexMerging, EachFileTellsItsFirstProblem) {
   folder.write("bad.hex", dataLine(0x10, "EFGH") + "x\ny\n" + endLine);
   folder.write("short.hex", dataLine(0x100, "abcd"));

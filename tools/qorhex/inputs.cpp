@@ -110,7 +110,9 @@ image_t readTexts(const arguments_t& arguments,
   const problemSink_t sink = [&log](const problem_t& problem) {
     log.take(problem);
   };
-  ImageReader reader(eachName(paths), {arguments.force, forbidden});
+  ImageReader reader(eachName(paths),
+                     {arguments.force, forbidden,
+                      arguments.check || arguments.format == format_t::JSON});
   for (std::size_t i = 0; i < paths.size(); ++i) {
     try {
       readText(arguments, paths[i], reader, i, sink);

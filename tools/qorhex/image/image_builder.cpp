@@ -57,11 +57,12 @@ void ImageBuilder::beginFile() {
   }
 }
 
-void ImageBuilder::finish(bool force, const std::vector<std::string>& names,
+void ImageBuilder::finish(std::optional<severity_t> severity,
+                          const std::vector<std::string>& names,
                           const byteProblems_t& sink) {
   if (kept) {
     kept->sort();
-    image.merged = mergePieces(*kept, blocks, force, names, sink);
+    image.merged = mergePieces(*kept, blocks, severity, names, sink);
     image.sources = kept->release();
   } else {
     image.sources = Sources(std::move(places), {});

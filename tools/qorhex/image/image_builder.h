@@ -48,7 +48,8 @@ class ImageBuilder {
   }
 
   /// Merges what overlaps and makes the last block; see mergePieces().
-  void finish(bool force, const std::vector<std::string>& names,
+  void finish(std::optional<severity_t> severity,
+              const std::vector<std::string>& names,
               const byteProblems_t& sink);
 
  private:

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <utility>
 
 #include "reading/names.h"
@@ -59,13 +60,19 @@ image_t ImageReader::finish(const problemSink_t& sink,
     tellUpTo(address);
     sink(problem);
   };
-  builder.finish(rules.force, names, {take, std::move(wants)});
+  std::optional<severity_t> severity;
+  if (!rules.force) {
+    severity = severity_t::ERROR;
+  } else if (rules.tellsAccepted) {
+    severity = severity_t::WARNING;
+  }
+  builder.finish(severity, names, {take, std::move(wants)});
   tellUpTo(lastAddress);
   return std::move(image);
 }
 
 // Takes `start` of the text that is read to those of the texts before it.
-std::string ImageReader::takeStart(const startAddress_t& start) {
+verdict_t ImageReader::takeStart(const startAddress_t& start) {
   startAddress_t taken = start;
   taken.file = current;
   const auto known = std::find_if(
@@ -74,14 +81,18 @@ std::string ImageReader::takeStart(const startAddress_t& start) {
   if (known == image.startAddresses.end()) {
     image.startAddresses.push_back(taken);
   } else if (known->value != start.value) {
+    const std::string text = "start address " + hexText(start.value, 8) +
+                             " conflicts with " + hexText(known->value, 8) +
+                             " of " + escapeName(names[known->file]) + ':' +
+                             std::to_string(known->line);
     if (!rules.force) {
-      return "start address " + hexText(start.value, 8) + " conflicts with " +
-             hexText(known->value, 8) + " of " +
-             escapeName(names[known->file]) + ':' +
-             std::to_string(known->line) + "; --force accepts that";
+      return {severity_t::ERROR, text + "; --force accepts that"};
     }
     image.replacedStarts.push_back(*known);
     *known = taken;
+    if (rules.tellsAccepted) {
+      return {severity_t::WARNING, text + ", which gives way (--force)"};
+    }
   }
   return {};
 }

@@ -24,6 +24,8 @@ struct imageRules_t {
   bool force{false};
   /// The addresses that must have no data.
   forbidden_t forbidden{};
+  /// Whether each conflict that is accepted is told, as a warning.
+  bool tellsAccepted{false};
 };
 
 /// Reads texts, one after the other, to the image that they make together.
@@ -52,7 +54,7 @@ class ImageReader {
                  std::function<bool(std::size_t index)> wants = {});
 
  private:
-  std::string takeStart(const startAddress_t& start);
+  verdict_t takeStart(const startAddress_t& start);
 
   imageRules_t rules;
   image_t image;

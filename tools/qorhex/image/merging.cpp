@@ -54,12 +54,13 @@ void addConflicts(const keptPiece_t& one, const keptPiece_t& two,
 
 class Merging {
  public:
-  Merging(const KeptPieces& sorted, BlockMaker& maker, bool acceptConflicts,
+  Merging(const KeptPieces& sorted, BlockMaker& maker,
+          std::optional<severity_t> conflictSeverity,
           const std::vector<std::string>& textNames,
           const byteProblems_t& problemSink)
       : pieces(sorted),
         blocks(maker),
-        force(acceptConflicts),
+        severity(conflictSeverity),
         names(textNames),
         sink(problemSink) {}
 
@@ -124,7 +125,7 @@ class Merging {
     if (count != 0) {
       unsigned char bytes[maxRecordData];
       for (std::size_t i = 0; i < count; ++i) {
-        if (cells[i].conflicting && !force) {
+        if (cells[i].conflicting && severity) {
           report(start + i);
         }
         bytes[i] = cells[i].byte;
@@ -214,25 +215,27 @@ class Merging {
     };
     const place_t where = place(later);
     const place_t other = place(earlier);
-    const std::string text = "byte " + hexText(byteAt(later, address), 2) +
-                             " at " + hexText(address, 8) + " conflicts with " +
-                             hexText(byteAt(earlier, address), 2) + " of " +
-                             escapeName(names[other.file]) + ':' +
-                             std::to_string(other.line) + ", " +
-                             countText(conflict.size, "byte") +
-                             " in all; --force accepts that";
-    sink.take(address, {severity_t::ERROR,
+    const std::string text =
+        "byte " + hexText(byteAt(later, address), 2) + " at " +
+        hexText(address, 8) + " conflicts with " +
+        hexText(byteAt(earlier, address), 2) + " of " +
+        escapeName(names[other.file]) + ':' + std::to_string(other.line) +
+        ", " + countText(conflict.size, "byte") +
+        (severity == severity_t::ERROR ? " in all; --force accepts that"
+                                       : " in all; accepted (--force)");
+    sink.take(address, {*severity,
                         names[where.file],
                         where.line,
                         where.column,
                         text,
                         {},
-                        where.file});
+                        where.file,
+                        *severity == severity_t::WARNING});
   }
 
   const KeptPieces& pieces;
   BlockMaker& blocks;
-  bool force;
+  std::optional<severity_t> severity;
   const std::vector<std::string>& names;
   const byteProblems_t& sink;
   std::uint64_t start{0};
@@ -244,7 +247,8 @@ class Merging {
 }  // namespace
 
 mergeCount_t mergePieces(const KeptPieces& pieces, BlockMaker& blocks,
-                         bool force, const std::vector<std::string>& names,
+                         std::optional<severity_t> severity,
+                         const std::vector<std::string>& names,
                          const byteProblems_t& sink) {
-  return Merging(pieces, blocks, force, names, sink).merge();
+  return Merging(pieces, blocks, severity, names, sink).merge();
 }

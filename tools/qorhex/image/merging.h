@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,12 +39,13 @@ struct byteProblems_t {
 ///
 /// Where pieces give an address different bytes, that of the last text counts,
 /// in one text that of the piece with the highest start, and of several with
-/// one start that of the first in the text. Unless `force` accepts such places,
-/// `sink` gets a problem for each pair of pieces, by the first address in
-/// ascending order. It belongs to the later piece, in the order of texts and
-/// lines.
+/// one start that of the first in the text. `sink` gets a problem of
+/// `severity`, where there is one, for each pair of pieces, by the first
+/// address in ascending order. It belongs to the later piece, in the order of
+/// texts and lines; a warning says that it is accepted.
 mergeCount_t mergePieces(const KeptPieces& pieces, BlockMaker& blocks,
-                         bool force, const std::vector<std::string>& names,
+                         std::optional<severity_t> severity,
+                         const std::vector<std::string>& names,
                          const byteProblems_t& sink);
 
 #endif  // QORHEX_MERGING_H

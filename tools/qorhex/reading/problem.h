@@ -43,6 +43,8 @@ struct problem_t {
   std::optional<excerpt_t> excerpt;
   /// Which of the texts of an image it is, from 0.
   std::size_t fileIndex{0};
+  /// Whether a message that sums up says enough of it, unless all are told.
+  bool isSummed{false};
 
   /// The exit status that the problem gives its file.
   exitStatus_t status() const {

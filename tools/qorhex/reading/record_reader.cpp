@@ -214,10 +214,16 @@ void RecordReader::takeStart(unsigned type, const unsigned char* bytes) {
     return;
   }
   const startAddress_t start{type, value, number};
-  const std::string reason = checkStart ? checkStart(start) : std::string();
-  if (!reason.empty()) {
-    refuse(dataAt, reason, false);
-  } else if (known == starts.end()) {
+  const verdict_t verdict = checkStart ? checkStart(start) : verdict_t();
+  const bool isSound = verdict.text.empty();
+  if (!isSound && verdict.severity == severity_t::ERROR) {
+    refuse(dataAt, verdict.text, false);
+    return;
+  }
+  if (!isSound) {
+    report(severity_t::WARNING, line.indent + dataAt + 1, verdict.text, true);
+  }
+  if (known == starts.end()) {
     starts.push_back(start);
   }
 }
@@ -409,8 +415,9 @@ void RecordReader::readBeginning() {
 }
 
 void RecordReader::report(severity_t severity, std::uint64_t column,
-                          const std::string& text) {
-  sink({severity, input.name(), number, column, text, excerpt(column)});
+                          const std::string& text, bool summed) {
+  sink({severity, input.name(), number, column, text, excerpt(column), 0,
+        summed});
 }
 
 excerpt_t RecordReader::excerpt(std::uint64_t column) const {

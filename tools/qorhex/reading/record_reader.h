@@ -46,9 +46,17 @@ struct startAddress_t {
   std::size_t file{0};
 };
 
+/// What is wrong with a start address.
+struct verdict_t {
+  /// Whether it is refused or accepted with a warning.
+  severity_t severity{severity_t::ERROR};
+  /// Empty when nothing is wrong.
+  std::string text;
+};
+
 /// Looks at a start address that is the first of its type in its text, or the
-/// same once more. Returns why it is refused, or an empty text.
-using startCheck_t = std::function<std::string(const startAddress_t&)>;
+/// same once more.
+using startCheck_t = std::function<verdict_t(const startAddress_t&)>;
 
 /// Reads the records of a text up to its end record.
 ///
@@ -113,7 +121,7 @@ class RecordReader {
   bool reportOtherKind();
   void readBeginning();
   void report(severity_t severity, std::uint64_t column,
-              const std::string& text);
+              const std::string& text, bool summed = false);
   void refuse(std::uint64_t at, const std::string& text, bool address);
 
   TextInput& input;

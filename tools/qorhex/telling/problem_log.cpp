@@ -29,7 +29,9 @@ void ProblemLog::take(const problem_t& problem) {
     problems.push_back(problem);
   }
   if (!style.all) {
-    writeError(problemText(problem, hasColours(STDERR_FILENO)));
+    if (!problem.isSummed) {
+      writeError(problemText(problem, hasColours(STDERR_FILENO)));
+    }
     if (isError && (inLines || isAllOver())) {
       throw Refusal(problem);
     }
