@@ -261,7 +261,9 @@ class HeldFile : public std::filebuf {
   std::string held() const { return {pbase(), pptr()}; }
 
  private:
-  std::array<char, smallBuffer> area{};
+  // libstdc++ counts a character that it could not write among those held, even
+  // behind the end of the buffer.
+  std::array<char, smallBuffer + 16> area{};
 };
 
 std::string toAFullFile(const Printer& print, std::size_t before,
