@@ -147,3 +147,7 @@ processResult_t runProcess(const std::vector<std::string>& command,
       WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
   return result;
 }
+
+bool programsAreEmulated() {
+  return !emulator().empty();
+}

@@ -34,4 +34,8 @@ processResult_t runProcess(const std::vector<std::string>& command,
                            const std::string& folder,
                            const std::function<void()>& inChild = {});
 
+/// Tells whether an emulator runs the programs. It keeps the last two signals
+/// for itself.
+bool programsAreEmulated();
+
 #endif  // QORUTIL_TESTS_SUPPORT_PROCESS_H

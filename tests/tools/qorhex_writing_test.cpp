@@ -428,7 +428,8 @@ std::vector<int> endingSignals() {
       SIGHUP,    SIGINT,  SIGQUIT,   SIGILL,  SIGTRAP, SIGABRT, SIGBUS,
       SIGFPE,    SIGUSR1, SIGSEGV,   SIGUSR2, SIGPIPE, SIGALRM, SIGTERM,
       SIGSTKFLT, SIGXCPU, SIGVTALRM, SIGPROF, SIGIO,   SIGPWR,  SIGSYS};
-  for (int number = SIGRTMIN; number <= SIGRTMAX; ++number) {
+  const int last = SIGRTMAX - (programsAreEmulated() ? 2 : 0);
+  for (int number = SIGRTMIN; number <= last; ++number) {
     numbers.push_back(number);
   }
   return numbers;
