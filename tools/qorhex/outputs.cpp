@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "image/numbers.h"
 #include "reading/failure.h"
 #include "reading/names.h"
 #include "reading/number_text.h"
@@ -19,7 +20,6 @@
 
 namespace {
 
-constexpr int addressDigits = 8;
 constexpr unsigned char standardFill = 0xFF;
 
 // Tells the progress of writing `size` bytes to `out`.
@@ -63,7 +63,7 @@ void writeHex(OutputFile& out, const arguments_t& arguments,
 
 void writePicture(OutputFile& out, const arguments_t& arguments,
                   const report_t& report) {
-  Progress progress(arguments.progress, out.target().name, "written", 0);
+  WritingProgress progress(arguments, out, 0);
   const std::string text = pictureOf(report);
   out.append(reinterpret_cast<const unsigned char*>(text.data()), text.size());
   progress.finish();
@@ -83,11 +83,10 @@ span_t checkSpan(const arguments_t& arguments, const std::string& path,
   if (size > arguments.maxSize) {
     throw Failure(REFUSED, nameOf(path),
                   "the image spans " + std::to_string(size) + " bytes (" +
-                      sizeText(size) + ") from " +
-                      hexText(first, addressDigits) + " to " +
-                      hexText(first + size - 1, addressDigits) +
-                      ", more than the " + std::to_string(arguments.maxSize) +
-                      " (" + sizeText(arguments.maxSize) +
+                      sizeText(size) + ") from " + addressText(first) + " to " +
+                      addressText(first + size - 1) + ", more than the " +
+                      std::to_string(arguments.maxSize) + " (" +
+                      sizeText(arguments.maxSize) +
                       ") that --max-size allows for --binary");
   }
   return span;
@@ -95,7 +94,7 @@ span_t checkSpan(const arguments_t& arguments, const std::string& path,
 
 std::string segmentFileName(const std::string& folder, const std::string& path,
                             const segment_t& segment) {
-  const std::string address = hexText(segment.address, addressDigits).substr(2);
+  const std::string address = addressText(segment.address).substr(2);
   return folder + '/' + stemOf(path) + '-' + address + ".bin";
 }
 

@@ -217,7 +217,7 @@ class Merging {
     const place_t other = place(earlier);
     const std::string text =
         "byte " + hexText(byteAt(later, address), 2) + " at " +
-        hexText(address, 8) + " conflicts with " +
+        addressText(address) + " conflicts with " +
         hexText(byteAt(earlier, address), 2) + " of " +
         escapeName(names[other.file]) + ':' + std::to_string(other.line) +
         ", " + countText(conflict.size, "byte") +

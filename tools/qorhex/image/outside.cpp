@@ -6,6 +6,7 @@
 #include <iterator>
 #include <utility>
 
+#include "image/numbers.h"
 #include "reading/number_text.h"
 
 namespace {
@@ -113,11 +114,11 @@ problem_t outsideProblem(const outside_t& outside, const forbidden_t& forbidden,
           name,
           outside.line,
           outside.column,
-          "data at " + hexText(outside.first, 8) +
+          "data at " + addressText(outside.first) +
               " is outside of all regions, " + countText(outside.size, "byte") +
               " in all; move it or extend the map, whose nearest region is " +
-              nearest.name + ", " + hexText(nearest.range.first, 8) + '-' +
-              hexText(nearest.range.last, 8),
+              nearest.name + ", " + addressText(nearest.range.first) + '-' +
+              addressText(nearest.range.last),
           outside.excerpt,
           outside.file};
 }

@@ -12,11 +12,10 @@
 #include <string_view>
 #include <utility>
 
-#include "reading/number_text.h"
+#include "image/numbers.h"
 
 namespace {
 
-constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view blanks = " \t\r";
 constexpr std::string_view nameCharacters =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-.";
@@ -164,8 +163,8 @@ class MapReader {
              "overlaps the region of line " +
                  std::to_string(byName.find(other->second.name)->second) +
                  ", " + other->second.name + ' ' +
-                 hexText(other->second.range.first, 8) + '-' +
-                 hexText(other->second.range.last, 8) +
+                 addressText(other->second.range.first) + '-' +
+                 addressText(other->second.range.last) +
                  "; let one end before the other begins");
       return;
     }

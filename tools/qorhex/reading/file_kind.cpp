@@ -6,12 +6,11 @@
 
 #include "reading/long_line.h"
 #include "reading/record.h"
+#include "reading/text_input.h"
 
 namespace {
 
 using namespace std::string_view_literals;
-
-constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 // Files known by their first bytes.
 constexpr struct {

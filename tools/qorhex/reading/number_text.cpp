@@ -31,3 +31,8 @@ std::string sizeText(std::uint64_t bytes) {
 std::string countText(std::uint64_t count, const std::string& unit) {
   return std::to_string(count) + ' ' + unit + (count == 1 ? "" : "s");
 }
+
+std::string percentText(std::uint64_t part, std::uint64_t whole) {
+  const std::uint64_t tenths = part * 1000 / whole;
+  return std::to_string(tenths / 10) + '.' + std::to_string(tenths % 10) + '%';
+}

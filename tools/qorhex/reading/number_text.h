@@ -17,4 +17,8 @@ std::string sizeText(std::uint64_t bytes);
 /// Returns `count` and `unit`, with an "s" behind it unless `count` is 1.
 std::string countText(std::uint64_t count, const std::string& unit);
 
+/// Returns which share `part` is of `whole`, as in "12.5%". It is rounded down,
+/// so that only all of it is 100.0%.
+std::string percentText(std::uint64_t part, std::uint64_t whole);
+
 #endif  // QORHEX_NUMBER_TEXT_H

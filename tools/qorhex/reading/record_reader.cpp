@@ -29,8 +29,6 @@ constexpr std::uint64_t countAt = 1;
 constexpr std::uint64_t typeAt = 7;
 constexpr std::uint64_t dataAt = 9;
 
-constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-
 constexpr std::uint64_t addressSpace = std::uint64_t{1} << 32U;
 constexpr std::uint32_t segmentSize = 0x10000;
 

@@ -14,6 +14,9 @@
 
 #include "reading/descriptor.h"
 
+/// What some editors put at the beginning of a text in UTF-8.
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
 /// A FILE argument, open for reading; "-" is standard input.
 ///
 /// What was read and not taken yet lies between text() and text() + left();

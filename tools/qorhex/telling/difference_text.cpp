@@ -111,15 +111,15 @@ bool tellDifferences(const compared_t& first, const compared_t& second,
   if (document == nullptr) {
     return writeDifferences(first, second);
   }
-  bool different =
+  const bool startsDiffer =
       startAddressesDiffer(first.startAddresses, second.startAddresses);
+  bool different = startsDiffer;
   document->beginDifferences();
   findDifferences(first.segments, second.segments,
                   [&](const difference_t& difference) {
                     document->add(difference);
                     different = true;
                   });
-  document->endDifferences(
-      startAddressesDiffer(first.startAddresses, second.startAddresses));
+  document->endDifferences(startsDiffer);
   return different;
 }

@@ -21,15 +21,14 @@
 
 namespace {
 
-constexpr int addressDigits = 8;
 constexpr std::size_t addressWidth = 10;
 constexpr std::size_t numberWidth = 5;
 // Up to the sizes.
 constexpr std::size_t headWidth = numberWidth + 2 * (2 + addressWidth) + 2;
 
 void appendAddresses(std::string& text, const range_t& range) {
-  text += "  " + hexText(range.first, addressDigits) + "  " +
-          hexText(range.last, addressDigits) + "  ";
+  text +=
+      "  " + addressText(range.first) + "  " + addressText(range.last) + "  ";
 }
 
 // The lines of text of the table; what they need room for is measured first.
@@ -117,7 +116,7 @@ class LongTable {
     appendRight(text, std::to_string(number), numberWidth);
     appendAddresses(text, segment.range);
     appendSize(segment.range.size());
-    text += "  " + hexText(segment.crc32, addressDigits) + "  ";
+    text += "  " + hexText(segment.crc32, 8) + "  ";
     if (report.hasSources()) {
       appendLeft(text, linesText(segment), linesWidth);
       text += "  ";
@@ -167,12 +166,6 @@ class LongTable {
   std::size_t readableWidth{0};
   std::size_t linesWidth{5};
 };
-
-// Rounded down, so that only a full region has 100.0.
-std::string percentText(std::uint64_t part, std::uint64_t whole) {
-  const std::uint64_t tenths = part * 1000 / whole;
-  return std::to_string(tenths / 10) + '.' + std::to_string(tenths % 10) + '%';
-}
 
 std::string regionsText(const std::vector<regionReport_t>& regions) {
   std::size_t nameWidth = 6;

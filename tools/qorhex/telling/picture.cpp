@@ -324,9 +324,6 @@ class Picture {
   void addRegionText(std::size_t index, tenths_t top) {
     const auto& [region, used] = report.regions[index];
     const std::uint64_t size = region.range.size();
-    const std::uint64_t share = used * 1000 / size;
-    const std::string percent =
-        std::to_string(share / 10) + '.' + std::to_string(share % 10) + '%';
     const auto filled =
         static_cast<tenths_t>(used * tenths(useBarWidth) / size);
     body += rectangle(regionTextLeft - 8, top, 20, regionText, colourOf(index));
@@ -335,7 +332,7 @@ class Picture {
             textAt(widthWithRegions - margin, top + 60,
                    attribute("text-anchor", "end") +
                        attribute("font-weight", "bold"),
-                   percent);
+                   percentText(used, size));
     body += rectangle(regionTextLeft, top + 140, tenths(useBarWidth), 60,
                       emptyColour) +
             rectangle(regionTextLeft, top + 140,

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "image/numbers.h"
 #include "reading/descriptor.h"
 #include "reading/number_text.h"
 #include "telling/columns.h"
@@ -11,7 +12,6 @@
 
 namespace {
 
-constexpr int addressDigits = 8;
 constexpr std::size_t numberWidth = 5;
 
 }  // namespace
@@ -36,9 +36,9 @@ std::string Table::heading() {
 void Table::appendRow(std::string& text, const segment_t& segment) {
   appendRight(text, std::to_string(row++), numberWidth);
   text += "  ";
-  text += hexText(segment.address, addressDigits);
+  text += addressText(segment.address);
   text += "  ";
-  text += hexText(segment.end() - 1, addressDigits);
+  text += addressText(segment.end() - 1);
   text += "  ";
   appendRight(text, std::to_string(segment.size), sizeWidth);
   text += "  ";
