@@ -11,8 +11,10 @@
 #include <map>
 #include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
+#include "image/numbers.h"
 #include "image/segments.h"
 
 /// The bytes of an image by their addresses.
@@ -101,6 +103,16 @@ inline ByteMap randomBytes(std::mt19937& generator, std::uint64_t first,
     }
   }
   return bytes;
+}
+
+/// Returns `ranges` as in "10-19 30-39 ".
+inline std::string textOf(const std::vector<range_t>& ranges) {
+  std::string text;
+  for (const range_t& range : ranges) {
+    text +=
+        std::to_string(range.first) + '-' + std::to_string(range.last) + ' ';
+  }
+  return text;
 }
 
 #endif  // QORUTIL_TESTS_TOOLS_QORHEX_BYTES_H

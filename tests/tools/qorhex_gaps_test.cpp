@@ -2,23 +2,14 @@
 //
 // The gaps of an image.
 
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "image/gaps.h"
+#include "tools/qorhex_bytes.h"
 
 namespace {
-
-std::string textOf(const std::vector<range_t>& ranges) {
-  std::string text;
-  for (const range_t& range : ranges) {
-    text +=
-        std::to_string(range.first) + '-' + std::to_string(range.last) + ' ';
-  }
-  return text;
-}
 
 TEST(GapBetween, TakesNothingOfItsNeighbours) {
   EXPECT_EQ(textOf({gapBetween({10, 19}, {21, 29})}), "20-20 ");

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <random>
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -13,15 +12,6 @@
 #include "tools/qorhex_bytes.h"
 
 namespace {
-
-std::string textOf(const std::vector<range_t>& ranges) {
-  std::string text;
-  for (const range_t& range : ranges) {
-    text +=
-        std::to_string(range.first) + '-' + std::to_string(range.last) + ' ';
-  }
-  return text;
-}
 
 TEST(UniteRanges, TheOrderDoesNotMatter) {
   EXPECT_EQ(textOf(uniteRanges({{30, 39}, {10, 19}})), "10-19 30-39 ");
