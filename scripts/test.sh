@@ -24,8 +24,11 @@ packagesFor() {
     clang) echo clang ;;
     clang-asan) echo clang libclang-rt-dev ;;
     m32) echo "g++-$(g++ -dumpversion)-multilib googletest" ;;
-    armhf | armhf-time64) echo g++-arm-linux-gnueabihf qemu-user googletest ;;
+    armhf*) echo g++-arm-linux-gnueabihf qemu-user googletest ;;
     arm64) echo g++-aarch64-linux-gnu qemu-user googletest ;;
+    s390x* | powerpc | riscv64)
+      echo "g++-${1%-quick}-linux-gnu" qemu-user googletest
+      ;;
   esac
 }
 

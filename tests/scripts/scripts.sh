@@ -82,9 +82,11 @@ arguments() {
     [ -s "$out" ] || fail "$script --help: prints nothing"
     expectCalls ""
   done
-  presets="dev clang release asan clang-asan tsan static unsigned-char m32 armhf armhf-time64 arm64"
+  presets="dev clang release asan clang-asan tsan static unsigned-char m32 armhf armhf-time64 arm64 s390x s390x-quick powerpc riscv64"
   refuses "test.sh: no preset \"nosuch\"; there are: $presets" \
     "$root/scripts/test.sh" dev nosuch
+  refuses 'check-machines.sh: no machine "nosuch"; there are: s390x powerpc riscv64 armhf armhf-time64 arm64 m32' \
+    "$root/scripts/check-machines.sh" m32 nosuch
   refuses 'demo.sh: takes no arguments, not "more"; see --help' \
     "$root/scripts/demo.sh" more
   refuses 'check-format.sh: takes no arguments, not "--mend"; see --help' \
