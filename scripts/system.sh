@@ -17,6 +17,11 @@ archiveParts() {
     awk -v release="$release" '$3 ~ "^" release "(-|$)"' | sort -u
 }
 
+# Prints where that archive is.
+archiveMirror() {
+  archiveParts | awk -v release="$release" '$3 == release {print $2}' | head -n 1
+}
+
 # What the fresh system takes from this one, to reach the archive as it does.
 copyNetworkSettings() {
   archiveParts >"$system/etc/apt/sources.list"
@@ -35,8 +40,7 @@ inside() {
 # Makes the system, with the archive that this machine uses.
 makeSystem() {
   local mirror
-  mirror=$(archiveParts | awk -v release="$release" '$3 == release {print $2}' |
-    head -n 1)
+  mirror=$(archiveMirror)
   if [[ -z $mirror ]]; then
     fail "no archive of $release in the package lists; run: apt-get update"
   fi

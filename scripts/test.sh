@@ -32,6 +32,21 @@ packagesFor() {
   esac
 }
 
+# Puts the target's own C library where a cross build looks for it.
+fetchLibraries() {
+  case $1 in
+    arm64 | armhf* | s390x | powerpc | riscv64) ;;
+    *) return ;;
+  esac
+  local status=0
+  scripts/target-libc.sh "${1%-time64}" "build/$1/libc" || status=$?
+  if [[ $status == 2 ]]; then
+    say "Going on without conversions and C.UTF-8"
+  elif [[ $status != 0 ]]; then
+    exit "$status"
+  fi
+}
+
 scripts/packages.sh g++ cmake ninja-build pkgconf libgtest-dev libgmock-dev \
   zlib1g-dev git python3 python3-jsonschema
 for preset in "${@:-dev}"; do
@@ -43,6 +58,7 @@ for preset in "${@:-dev}"; do
   read -ra packages < <(packagesFor "$preset") || true
   scripts/packages.sh "${packages[@]}"
   prepareBuild "$preset"
+  fetchLibraries "$preset"
   say "Building in build/$preset"
   cmake --preset "$preset"
   cmake --build --preset "$preset"

@@ -87,6 +87,8 @@ arguments() {
     "$root/scripts/test.sh" dev nosuch
   refuses 'check-machines.sh: no machine "nosuch"; there are: s390x powerpc riscv64 armhf armhf-time64 arm64 m32' \
     "$root/scripts/check-machines.sh" m32 nosuch
+  refuses "target-libc.sh: usage: $root/scripts/target-libc.sh ARCHITECTURE FOLDER" \
+    "$root/scripts/target-libc.sh" armhf
   refuses 'demo.sh: takes no arguments, not "more"; see --help' \
     "$root/scripts/demo.sh" more
   refuses 'check-format.sh: takes no arguments, not "--mend"; see --help' \
