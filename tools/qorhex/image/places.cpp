@@ -8,20 +8,20 @@
 
 namespace {
 
-constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint64_t widest = std::numeric_limits<std::uint32_t>::max();
 
 }  // namespace
 
 // Two pieces make a step.
 void Places::addRun(std::uint32_t key, const piece_t& piece) {
   const auto column =
-      static_cast<std::uint32_t>(std::min(piece.column, largest));
+      static_cast<std::uint32_t>(std::min(piece.column, widest));
   if (fileKeys.size() != files) {
     fileKeys.resize(files, key);
   } else {
     run_t& last = runs.back();
     const std::uint64_t lineStep = piece.line - last.line;
-    if (last.count == 1 && lineStep <= largest && column == last.column &&
+    if (last.count == 1 && lineStep <= widest && column == last.column &&
         piece.size == last.size) {
       last.keyStep = key - last.key;
       last.lineStep = static_cast<std::uint32_t>(lineStep);

@@ -32,7 +32,7 @@ constexpr std::uint64_t dataAt = 9;
 constexpr std::uint64_t addressSpace = std::uint64_t{1} << 32U;
 constexpr std::uint32_t segmentSize = 0x10000;
 
-std::uint32_t wordAt(const unsigned char* bytes) {
+std::uint32_t fieldAt(const unsigned char* bytes) {
   return bytes[0] * 256U + bytes[1];
 }
 
@@ -158,7 +158,7 @@ RecordReader::step_t RecordReader::takeRecord(const recordHead_t& head,
   }
   if (address) {
     segmented = head.type == SEGMENT_ADDRESS;
-    base = wordAt(room) * (segmented ? 16 : segmentSize);
+    base = fieldAt(room) * (segmented ? 16 : segmentSize);
     placeKnown = true;
   } else {
     takeStart(head.type, room);
@@ -199,7 +199,7 @@ void RecordReader::wrap(piece_t& piece, const unsigned char* bytes) {
 }
 
 void RecordReader::takeStart(unsigned type, const unsigned char* bytes) {
-  const std::uint32_t value = wordAt(bytes) << 16U | wordAt(bytes + 2);
+  const std::uint32_t value = fieldAt(bytes) << 16U | fieldAt(bytes + 2);
   const auto known = std::find_if(
       starts.begin(), starts.end(),
       [type](const startAddress_t& start) { return start.type == type; });

@@ -9,6 +9,9 @@
 #include <string>
 #include <string_view>
 
+/// The columns for the number of a segment in a table.
+constexpr std::size_t numberWidth = 5;
+
 /// Appends `word`, which is ASCII, to `text`, behind as many blanks as make it
 /// `width` columns.
 void appendRight(std::string& text, std::string_view word, std::size_t width);

@@ -22,7 +22,6 @@
 namespace {
 
 constexpr std::size_t addressWidth = 10;
-constexpr std::size_t numberWidth = 5;
 // Up to the sizes.
 constexpr std::size_t headWidth = numberWidth + 2 * (2 + addressWidth) + 2;
 

@@ -18,9 +18,9 @@ std::string takeRemoval() {
   if (shownColumns == 0) {
     return {};
   }
-  const std::string blanks(shownColumns, ' ');
+  const std::string spaces(shownColumns, ' ');
   shownColumns = 0;
-  return '\r' + blanks + '\r';
+  return '\r' + spaces + '\r';
 }
 
 void writeToError(const std::string& text) {

@@ -10,12 +10,6 @@
 #include "telling/columns.h"
 #include "telling/messages.h"
 
-namespace {
-
-constexpr std::size_t numberWidth = 5;
-
-}  // namespace
-
 void Table::measure(const segment_t& segment) {
   ++count;
   bytes += segment.size;

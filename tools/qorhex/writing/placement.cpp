@@ -17,9 +17,9 @@
 namespace {
 
 int renameat2(int oldFolder, const char* oldPath, int newFolder,
-              const char* newPath, unsigned flags) {
+              const char* newPath, unsigned how) {
   return static_cast<int>(
-      syscall(SYS_renameat2, oldFolder, oldPath, newFolder, newPath, flags));
+      syscall(SYS_renameat2, oldFolder, oldPath, newFolder, newPath, how));
 }
 
 }  // namespace
@@ -31,9 +31,8 @@ bool renameFile(const std::string& from, const std::string& to) {
   return std::rename(from.c_str(), to.c_str()) == 0;
 }
 
-bool renameFile(const std::string& from, const std::string& to,
-                unsigned flags) {
-  return ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), flags) == 0;
+bool renameFile(const std::string& from, const std::string& to, unsigned how) {
+  return ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), how) == 0;
 }
 
 }  // namespace
