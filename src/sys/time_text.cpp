@@ -8,12 +8,12 @@
 #include <iomanip>
 #include <locale>
 #include <ostream>
-#include <sstream>
 #include <string_view>
 
 #include "common/insertion.h"
 #include "common/line_buffer.h"
 #include "common/stream_state.h"
+#include "common/text_stream.h"
 #include "sys/plain_records.h"
 #include "sys/time_of_day.h"
 
@@ -24,6 +24,7 @@ using qorutil_internal::LineBuffer;
 using qorutil_internal::printPlainly;
 using qorutil_internal::StreamState;
 using qorutil_internal::takesNumbers;
+using qorutil_internal::TextStream;
 
 // The wall clock in whole seconds, truncated toward zero. On 32-bit targets the
 // system clock of the standard library may end with a time_t of its own.
@@ -149,7 +150,7 @@ std::ostream& printPlainly(std::ostream& os, const timespec& time) {
 
 std::string printTimePlainly(std::uint64_t microseconds) {
   const timeval time = timeOf(microseconds);
-  std::ostringstream text;
+  TextStream text;
   // A global locale with digit grouping would turn the year into "2,023".
   text.imbue(std::locale::classic());
   printPlainly(text, utcTime(time.tv_sec));
@@ -181,7 +182,7 @@ std::string printTime(std::uint64_t microseconds) {
 
 std::string getPosixTime() {
   const tm utc = utcTime(wallClockSeconds());
-  std::ostringstream text;
+  TextStream text;
   text << std::put_time(&utc, "%F %T");
   return text.str();
 }

@@ -9,12 +9,12 @@
 #include <iomanip>
 #include <locale>
 #include <ostream>
-#include <sstream>
 #include <string_view>
 
 #include "common/hex_pairs.h"
 #include "common/insertion.h"
 #include "common/stream_state.h"
+#include "common/text_stream.h"
 #include "text/plain_text.h"
 
 namespace {
@@ -330,7 +330,7 @@ std::ostream& printEscapedPlainly(std::ostream& os, const std::string& text) {
 }
 
 std::string getEscapedPlainly(const std::string& text) {
-  std::ostringstream os;
+  TextStream os;
   printEscapedPlainly(os, text);
   return os.str();
 }

@@ -9,12 +9,12 @@
 #include <iterator>
 #include <locale>
 #include <ostream>
-#include <sstream>
 #include <string_view>
 
 #include "common/insertion.h"
 #include "common/line_buffer.h"
 #include "common/stream_state.h"
+#include "common/text_stream.h"
 #include "text/plain_text.h"
 
 namespace {
@@ -28,10 +28,11 @@ using qorutil_internal::printUnknownEnumPlainly;
 using qorutil_internal::setBits2listPlainly;
 using qorutil_internal::takesNumbers;
 using qorutil_internal::takesTexts;
+using qorutil_internal::TextStream;
 
 template <class T>
 std::string formatted(T value, std::ios_base::fmtflags flags) {
-  std::ostringstream os;
+  TextStream os;
   os.flags(flags);
   os << value;
   return os.str();
@@ -155,13 +156,17 @@ std::string makeStringPlainly(unsigned long value,
   return formatted(value, flags);
 }
 
-// A null separator makes the stream bad, so only the first number stays.
+// Behind a null separator nothing can be inserted, so only the first number
+// stays.
 std::string setBits2listPlainly(std::uint64_t bits, const char* separator) {
-  std::ostringstream os;
+  TextStream os;
   bool first = true;
   for (int number = 0; bits != 0; ++number, bits >>= 1) {
     if ((bits & 1) == 0) {
       continue;
+    }
+    if (!first && separator == nullptr) {
+      break;
     }
     if (!first) {
       os << separator;

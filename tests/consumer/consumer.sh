@@ -230,9 +230,9 @@ archiveNames() {
   exported=$source/tests/consumer/exported_symbols.txt
   classes=$(sed -n 's/^\([A-Za-z]*\)::.*/\1/p' "$exported" | sort -u | paste -sd '|')
   # Mangled, where no return type comes first. T and G: what the compiler makes for
-  # a class or a static object; Z: something local. At the end the operators new and
-  # delete that <new> defines.
-  internal='^_Z(T[VTISC]|GV|GR)?[NZKVRO]*(16qorutil_internal|S[tabsiod]|9__gnu_cxx)'
+  # a class, its virtual functions or a static object; Z: something local. At the
+  # end the operators new and delete that <new> defines.
+  internal='^_Z(T[VTISC]|T(v0_n|hn)[0-9]+_|GV|GR)?[NZKVRO]*(16qorutil_internal|S[tabsiod]|9__gnu_cxx)'
   compiler='^(DW\.ref\..*|__clang_call_terminate|_Znw[jm]Pv|_ZdlPvS_)$'
   $nm --defined-only "$staticInstalled/$libdir/libqorutil.a" |
     sed -n 's/^[0-9a-f]* [A-Zu] //p' >archive.txt
