@@ -98,6 +98,7 @@ int Options::get(int argc, char** argv) {
 }
 
 void Options::update() {
+  changed = true;  // until all is built: memory may run out
   shortOptions.clear();
   shortOptions.reserve(3 * entries.size());
   longOptions.clear();
