@@ -46,7 +46,7 @@ void insertText(std::ostream& os, std::string_view text, const Plain& plain) {
   if (os.good()) {
     plain(os);
   } else {
-    leaveFailed(os, taken, plain);
+    leaveFailed(os, taken, std::ref(plain));  // takes no memory
   }
 }
 
