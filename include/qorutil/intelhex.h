@@ -232,7 +232,8 @@ class QORUTIL_EXPORT IntelHexFile {
   /// line goes to std::cout as well; the message has the type in decimal. A
   /// missing end record is told as such where the last line has no newline;
   /// behind a newline it is an empty line, which is too short and corrupt, and
-  /// so is what a read error leaves. Throws what parseLine() throws.
+  /// so is what a read error leaves. Throws what parseLine() throws; when
+  /// memory runs out, `lines` holds the records read so far as well.
   bool parseHexFile(std::ifstream& file, std::set<hexfileline_t>& lines);
 
   /// Builds one block from the records in [`first`, `last`) and appends it.

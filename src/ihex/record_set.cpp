@@ -8,8 +8,11 @@
 
 #include <algorithm>
 #include <fstream>
+#include <ios>
+#include <istream>
 #include <iterator>
 #include <memory>
+#include <string>
 
 #include "ihex/file_rules.h"
 #include "ihex/record_types.h"
@@ -31,9 +34,36 @@ bool fitIntoBlock(RecordIterator first, RecordIterator last,
   });
 }
 
+// Reads lines as std::getline does, but lets std::bad_alloc through: a stream
+// keeps it to itself, as if the file could not be read.
+class LineReader {
+ public:
+  explicit LineReader(std::ifstream& stream)
+      : file(stream), reader(stream.rdbuf()) {
+    reader.exceptions(std::ios_base::badbit);
+  }
+
+  void read(std::string& line) {
+    if (!file.good()) {
+      std::getline(file, line);
+      return;
+    }
+    try {
+      std::getline(reader, line);
+    } catch (const std::ios_base::failure&) {  // a read error
+    }
+    file.setstate(reader.rdstate());
+  }
+
+ private:
+  std::ifstream& file;
+  std::istream reader;
+};
+
 }  // namespace
 
 bool IntelHexFile::parseHexFile(std::ifstream& file, std::set<Record>& lines) {
+  LineReader reader(file);
   std::string line;
   std::uint16_t extAddress = 0;
   Record record{};
@@ -42,7 +72,7 @@ bool IntelHexFile::parseHexFile(std::ifstream& file, std::set<Record>& lines) {
       qorutil_internal::reportMissingEnd();
       return false;
     }
-    std::getline(file, line);
+    reader.read(line);
     if (file.bad()) {
       // A read error is no end of file: what it left of a line is not taken.
       line.clear();
