@@ -5,7 +5,7 @@
 A promise is the comment above a declaration. It is held by a test that uses the
 name, itself or through what its file defines beside it; the names of the tests
 are statements, to be read against the sentences. A name that no test uses is an
-error.
+error, and so is a function or class for which no allocation is made to fail.
 
     scripts/promises.py           writes docs/promises.md
     scripts/promises.py --check   tells whether that page is what it would be
@@ -19,6 +19,7 @@ from pathlib import Path
 
 TOP = Path(__file__).resolve().parent.parent
 PAGE = TOP / "docs/promises.md"
+FAULTS = TOP / "tests/common/allocation_faults_test.cpp"
 HEADERS = ["conversion", "exception", "formatting", "intelhex", "options",
            "scheduler", "strings", "system", "time", "version"]
 HEAD = """\
@@ -34,6 +35,8 @@ What holds more than one name:
 - the layout of all types, and the names that the library exports: [tests/abi](../tests/abi),
   [exported_symbols.txt](../tests/consumer/exported_symbols.txt); every one of them is called by the client in
   [tests/consumer](../tests/consumer/client)
+- every function where memory runs out, at each of its allocations:
+  [allocation_faults_test.cpp](../tests/common/allocation_faults_test.cpp)
 - every printer on a stream with odd settings: [printers_test.cpp](../tests/common/printers_test.cpp); calls from
   several threads: [threads_test.cpp](../tests/common/threads_test.cpp)
 - fast ways against plain ones on random input: `fuzz/`, and the tests named `plain` and `random`
@@ -183,7 +186,8 @@ class TestFile:
 def testFiles():
     folders = ("app", "common", "ihex", "sys", "text")
     paths = [path for folder in folders
-             for path in (TOP / "tests" / folder).glob("*_test.cpp")]
+             for path in (TOP / "tests" / folder).glob("*_test.cpp")
+             if path != FAULTS]  # which knows every name
     return [TestFile(path) for path in sorted(paths)]
 
 
@@ -233,7 +237,17 @@ def page():
         parts.append("")
     if lacking:
         sys.exit("no test uses: " + "; ".join(lacking))
+    if unfailed := withoutFaults():
+        sys.exit(f"{FAULTS.relative_to(TOP)} lacks: " + "; ".join(unfailed))
     return "\n".join(parts).rstrip("\n") + "\n"
+
+
+def withoutFaults():
+    """The names for which no allocation is made to fail."""
+    text = re.sub(r'//.*|"(\\.|[^"\\\n])*"', "",
+                  FAULTS.read_text(encoding="utf-8"))
+    return [promise.title() for header in HEADERS
+            for promise in promisesOf(header) if not promise.isUsedIn(text)]
 
 
 def show(wanted):

@@ -11,6 +11,7 @@ namespace {
 constexpr long never = -1;
 
 thread_local long remaining = never;
+thread_local bool failingForEver = false;
 thread_local bool failed = false;
 thread_local long made = 0;
 thread_local long live = 0;
@@ -24,8 +25,9 @@ void release(void* memory) {
 
 }  // namespace
 
-FailingAllocation::FailingAllocation(long successes) {
+FailingAllocation::FailingAllocation(long successes, bool forEver) {
   failed = false;
+  failingForEver = forEver;
   remaining = successes;
 }
 
@@ -63,6 +65,7 @@ long failEveryAllocation(const std::function<void()>& action,
 
 void* operator new(std::size_t size) {
   if (remaining != never && remaining-- == 0) {
+    remaining = failingForEver ? 0 : never;
     failed = true;
     throw std::bad_alloc();
   }

@@ -8,11 +8,11 @@
 
 #include <functional>
 
-/// While it lives, operator new throws std::bad_alloc once, after `successes`
-/// calls that succeed.
+/// While it lives, operator new throws std::bad_alloc after `successes` calls
+/// that succeed: once, or `forEver`.
 class FailingAllocation {
  public:
-  explicit FailingAllocation(long successes);
+  explicit FailingAllocation(long successes, bool forEver = false);
   FailingAllocation(const FailingAllocation&) = delete;
   FailingAllocation& operator=(const FailingAllocation&) = delete;
   ~FailingAllocation();
