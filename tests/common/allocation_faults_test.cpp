@@ -940,7 +940,7 @@ TEST(AllocationFaultsDeathTest, ThrowingAnExceptionOfTheLibraryDoesSoToo) {
 TEST(AllocationFaultsDeathTest, SoDoesAJobThatChangesItsScheduler) {
   JobScheduler scheduler;
   const auto inAJob = [&](const std::function<void()>& act) {
-    scheduler.add(hour, nanoseconds(0), [&] {
+    scheduler.add(hour, nanoseconds(0), [act] {
       expectEnd({thrown, thrown, insertionFailed}, act);
     });
   };

@@ -13,6 +13,7 @@ constexpr long never = -1;
 thread_local long remaining = never;
 thread_local bool failingForEver = false;
 thread_local bool failed = false;
+thread_local bool* failureNote = nullptr;
 thread_local long made = 0;
 thread_local long live = 0;
 
@@ -25,7 +26,8 @@ void release(void* memory) {
 
 }  // namespace
 
-FailingAllocation::FailingAllocation(long successes, bool forEver) {
+FailingAllocation::FailingAllocation(long successes, bool forEver, bool* note) {
+  failureNote = note;
   failed = false;
   failingForEver = forEver;
   remaining = successes;
@@ -64,9 +66,12 @@ long failEveryAllocation(const std::function<void()>& action,
 }
 
 void* operator new(std::size_t size) {
-  if (remaining != never && remaining-- == 0) {
+  if (remaining >= 0 && remaining-- == 0) {
     remaining = failingForEver ? 0 : never;
     failed = true;
+    if (failureNote != nullptr) {
+      *failureNote = true;
+    }
     throw std::bad_alloc();
   }
   void* const memory = std::malloc(size == 0 ? 1 : size);
@@ -76,6 +81,14 @@ void* operator new(std::size_t size) {
   ++made;
   ++live;
   return memory;
+}
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  try {
+    return operator new(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 void operator delete(void* memory) noexcept {

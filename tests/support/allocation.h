@@ -9,10 +9,13 @@
 #include <functional>
 
 /// While it lives, operator new throws std::bad_alloc after `successes` calls
-/// that succeed: once, or `forEver`.
+/// that succeed: once, or `forEver`; never where `successes` is below 0.
 class FailingAllocation {
  public:
-  explicit FailingAllocation(long successes, bool forEver = false);
+  /// Where `note` points to is told as well when an allocation fails, for a
+  /// process that does not live to be asked.
+  explicit FailingAllocation(long successes, bool forEver = false,
+                             bool* note = nullptr);
   FailingAllocation(const FailingAllocation&) = delete;
   FailingAllocation& operator=(const FailingAllocation&) = delete;
   ~FailingAllocation();

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <iterator>
 #include <new>
@@ -207,6 +208,15 @@ exitStatus_t handleFiles(const arguments_t& arguments) {
   return highest;
 }
 
+// The end where memory is lacking even for what was to be told about that: for
+// an exception of the library, which then ends the program, or for a message
+// whose life ends. Every other exception is caught.
+[[noreturn]] void endWithoutMemory() {
+  TemporaryFile::removeAll();
+  writeOutOfMemory();
+  std::_Exit(SYSTEM_FAILED);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -214,6 +224,7 @@ int main(int argc, char** argv) {
   // A file beyond the limit is an error like a full disk, not the end.
   std::signal(SIGXFSZ, SIG_IGN);
   removeOnSignals();
+  std::set_terminate(endWithoutMemory);
   try {
     arguments_t arguments;
     if (const auto status = readArguments(argc, argv, arguments)) {
@@ -223,6 +234,9 @@ int main(int argc, char** argv) {
   } catch (const Failure& failure) {
     writeError(std::string("qorhex: ") + failure.what() + '\n');
     return failure.status;
+  } catch (const std::bad_alloc&) {
+    writeOutOfMemory();
+    return SYSTEM_FAILED;
   } catch (const std::exception& exception) {
     writeError(std::string("qorhex: ") + exception.what() + '\n');
     return SYSTEM_FAILED;

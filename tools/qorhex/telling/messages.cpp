@@ -37,7 +37,9 @@ Message::Message(const std::string& subject)
     : text("qorhex: " + escapeName(subject) + ": ") {}
 
 Message::~Message() {
-  writeError(text);
+  if (std::uncaught_exceptions() == exceptions) {
+    writeError(text);
+  }
 }
 
 Message& Message::operator<<(std::string_view part) {
@@ -57,6 +59,12 @@ Message messageAbout(const std::string& subject) {
 void writeError(const std::string& text) {
   const std::string removal = takeRemoval();
   writeToError(removal.empty() ? text : removal + text);
+}
+
+void writeOutOfMemory() noexcept {
+  constexpr std::string_view text = "qorhex: out of memory\n";
+  [[maybe_unused]] const ssize_t written =
+      ::write(STDERR_FILENO, text.data(), text.size());
 }
 
 void writeOutput(std::string_view text) {

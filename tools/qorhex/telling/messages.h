@@ -6,11 +6,12 @@
 #define QORHEX_MESSAGES_H
 
 #include <cstddef>
+#include <exception>
 #include <string>
 #include <string_view>
 
 /// A message on standard error, which it reaches in one write when its life
-/// ends. The caller ends the line.
+/// ends, unless an exception ends it. The caller ends the line.
 class Message {
  public:
   /// Begins with the name of the tool and `subject`, a name.
@@ -28,6 +29,7 @@ class Message {
 
  private:
   std::string text;
+  int exceptions{std::uncaught_exceptions()};
 };
 
 /// Begins a message about `subject`, a name.
@@ -35,6 +37,9 @@ Message messageAbout(const std::string& subject);
 
 /// Writes `text`, whole lines, to standard error at once.
 void writeError(const std::string& text);
+
+/// Says on standard error that memory ran out, and takes none for it.
+void writeOutOfMemory() noexcept;
 
 /// Writes `text` to standard output. Throws Failure when it does not arrive.
 void writeOutput(std::string_view text);

@@ -45,10 +45,11 @@ class TemporaryFile {
   /// The temporary name, with the folder.
   const std::string& name() const { return path; }
 
- private:
+  /// Removes all that there are, before the program ends. May be called in a
+  /// signal handler.
   static void removeAll();
-  friend void removeOnSignals();
 
+ private:
   void enlist();
 
   std::string path;
