@@ -74,7 +74,7 @@ build() {
 programs="client plain_client trivial trivial_linked"
 {
   say "Building in build/release, build/bench-portable, build/bench-m32"
-  configureRelease -DQORUTIL_BUILD_BENCHMARKS=ON
+  configureWithoutTests release -DQORUTIL_BUILD_BENCHMARKS=ON
   cmake --build build/release --target benchmarks/all qorhex
   build bench-portable "$programs" -DQORUTIL_VECTORS=OFF
   # The second option finds the kernel's headers, as in the preset m32.

@@ -49,17 +49,15 @@ checkLintian() {
     fail "lintian finds the above"
 }
 
-# No file in a folder that is not for packages, no run path.
+# What the packages hold is hardened.
 checkContents() {
   local folder=build/$first/unpacked package
   mkdir "$folder"
   for package in "build/$first"/*.deb; do
     dpkg-deb --extract "$package" "$folder"
   done
-  if readelf --dynamic "$folder/usr/bin/qorhex" "$folder"/usr/lib/*/libqorutil.so |
-    grep -E 'RPATH|RUNPATH'; then
-    fail "there is a run path"
-  fi
+  scripts/check-hardening.sh "$folder/usr/bin/qorhex" \
+    "$folder"/usr/lib/*/libqorutil.so.*.*
 }
 
 inSystem() {

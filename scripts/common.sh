@@ -38,15 +38,16 @@ prepareBuild() {
   fi
 }
 
-# Configures build/release, the library as it is shipped, for what needs no
-# tests; those that it has stay. Further arguments go to cmake.
-configureRelease() {
-  local tests=OFF
-  prepareBuild release
-  if grep -qs '^QORUTIL_BUILD_TESTS:BOOL=ON' build/release/CMakeCache.txt; then
+# Configures build/PRESET for what needs no tests; those that it has stay.
+# Further arguments go to cmake.
+configureWithoutTests() {
+  local preset=$1 tests=OFF
+  shift
+  prepareBuild "$preset"
+  if grep -qs '^QORUTIL_BUILD_TESTS:BOOL=ON' "build/$preset/CMakeCache.txt"; then
     tests=ON
   fi
-  cmake --preset release -DQORUTIL_BUILD_TESTS=$tests "$@"
+  cmake --preset "$preset" -DQORUTIL_BUILD_TESTS=$tests "$@"
 }
 
 # The files of the project that match the patterns, apart from those deleted.

@@ -20,7 +20,7 @@ show() {
 scripts/packages.sh g++ cmake ninja-build binutils
 
 say "Building in $build"
-configureRelease -DQORUTIL_BUILD_TOOLS=ON
+configureWithoutTests release -DQORUTIL_BUILD_TOOLS=ON
 cmake --build "$build" --target qorhex
 
 say "The segments of $firmware"
