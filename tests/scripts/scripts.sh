@@ -99,6 +99,8 @@ arguments() {
     "$root/scripts/check-debian.sh" --keep --no-system
   refuses "check-packaging.sh: no system \"nosuch\"; there are: openembedded buildroot openwrt vcpkg conan" \
     "$root/scripts/check-packaging.sh" nosuch
+  refuses "check-static.sh: usage: $root/scripts/check-static.sh [cppcheck | analyzer]" \
+    "$root/scripts/check-static.sh" lint
   refuses 'bench.sh: no option "--slow"; see --help' \
     "$root/scripts/bench.sh" --slow
   refuses 'bench.sh: --rounds needs a value' \
