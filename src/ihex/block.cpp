@@ -3,12 +3,26 @@
 #include "qorutil/intelhex.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <iostream>
 #include <memory>
 
 #include <fcntl.h>
 #include <unistd.h>
+
+namespace {
+
+// No path is no file. The system would say so; to libc it is undefined.
+std::FILE* createFile(const char* path) {
+  if (path == nullptr) {
+    errno = EFAULT;
+    return nullptr;
+  }
+  return std::fopen(path, "wb");
+}
+
+}  // namespace
 
 IntelHexFileBlock::IntelHexFileBlock() = default;
 
@@ -57,7 +71,7 @@ bool IntelHexFileBlock::writeBinaryTo(int fd) const {
 
 bool IntelHexFileBlock::writeBinaryTo(const char* path) const {
   using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-  const File file(std::fopen(path, "wb"), std::fclose);
+  const File file(createFile(path), std::fclose);
   if (file == nullptr) {
     std::cerr << "#ERROR: failed to create file \"" << path << '"' << std::endl;
     return false;

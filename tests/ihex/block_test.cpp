@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <iostream>
 #include <memory>
 #include <new>
@@ -15,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -46,6 +48,9 @@ struct WriteScript {
 
 WriteScript* script = nullptr;
 
+// Whether fopen() has been given a null path.
+bool nullPathReachedLibc = false;
+
 }  // namespace
 
 // Wins over that of libc; it passes everything through but the calls to the
@@ -65,6 +70,16 @@ extern "C" ssize_t write(int fd, const void* buffer, std::size_t length) {
     }
   }
   return syscall(SYS_write, fd, buffer, length);
+}
+
+extern "C" std::FILE* fopen(const char* path, const char* mode) {
+  static const auto real =
+      reinterpret_cast<std::FILE* (*)(const char*, const char*)>(
+          dlsym(RTLD_NEXT, "fopen"));
+  if (path == nullptr) {
+    nullPathReachedLibc = true;
+  }
+  return real(path, mode);
 }
 
 namespace {
@@ -456,6 +471,7 @@ TEST_F(Writing, NullPathLeavesStandardErrorBad) {
   EXPECT_EQ(capture.out(), "");
   EXPECT_EQ(capture.err(), "#ERROR: failed to create file \"");
   EXPECT_TRUE(std::cerr.bad());
+  EXPECT_FALSE(nullPathReachedLibc);
   EXPECT_FALSE(block.writeBinaryTo(""));
   EXPECT_EQ(capture.err(), "#ERROR: failed to create file \"");
 }
