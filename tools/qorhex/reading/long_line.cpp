@@ -43,16 +43,13 @@ void LongLine::add(char character) {
 }
 
 void LongLine::end() {
-  if (recent.empty() || recent.back() != '\r') {
+  if (recent.back() != '\r') {
     return;
   }
   for (window_t* const window : {&start, &odd}) {
     if (window->first + window->text.size() == length) {
       window->text.pop_back();
     }
-  }
-  if (beginning.size() == length) {
-    beginning.pop_back();
   }
   recent.pop_back();
   --length;
@@ -76,12 +73,8 @@ lineBody_t LongLine::body() const {
 }
 
 excerpt_t LongLine::excerpt(std::uint64_t column) const {
-  const window_t ending{
-      length - std::min<std::uint64_t>(recent.size(), shownOfLongLine), 0,
-      recent.substr(recent.size() -
-                    std::min<std::size_t>(recent.size(), shownOfLongLine))};
   const window_t front{0, 0, beginning};
-  for (const window_t* window : {&odd, &start, &front, &ending}) {
+  for (const window_t* window : {&odd, &start, &front}) {
     if (window->first >= column ||
         column - 1 > window->first + window->text.size()) {
       continue;
@@ -93,7 +86,8 @@ excerpt_t LongLine::excerpt(std::uint64_t column) const {
     return {window->text.substr(first, shownOfLongLine),
             window->first + first + 1};
   }
-  return {ending.text, ending.first + 1};
+  const std::size_t shown = std::min(recent.size(), shownOfLongLine);
+  return {recent.substr(recent.size() - shown), length - shown + 1};
 }
 
 // Opens `window` at the character that was added last; `behind` more belong to

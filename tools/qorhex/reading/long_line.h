@@ -30,7 +30,8 @@ class LongLine {
   /// Adds the next character, which is no line feed.
   void add(char character);
 
-  /// Ends the line; a carriage return that came last is no part of it.
+  /// Ends the line, which is longer than what is shown of it; a carriage return
+  /// that came last is no part of it.
   void end();
 
   /// Tells whether the line is damaged, whatever follows, and enough of it is
@@ -49,7 +50,8 @@ class LongLine {
   /// What stands between the blanks, of a line that is not blank.
   lineBody_t body() const;
 
-  /// Returns what is shown of the line for a problem in `column`.
+  /// Returns what is shown of the line for a problem in `column`; its end where
+  /// the column is not kept.
   excerpt_t excerpt(std::uint64_t column) const;
 
  private:

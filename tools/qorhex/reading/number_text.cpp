@@ -13,8 +13,7 @@ std::string hexText(std::uint64_t value, int digits) {
     ++length;
   }
   for (int left = length < digits ? digits : length; left > 0; --left) {
-    text +=
-        left > 16 ? '0' : "0123456789abcdef"[value >> (4 * (left - 1)) & 0xFU];
+    text += "0123456789abcdef"[value >> (4 * (left - 1)) & 0xFU];
   }
   return text;
 }

@@ -8,7 +8,8 @@
 #include <cstdint>
 #include <string>
 
-/// Returns `value` as "0x" and at least `digits` lower-case hex digits.
+/// Returns `value` as "0x" and at least `digits` lower-case hex digits, which
+/// are 16 at most.
 std::string hexText(std::uint64_t value, int digits);
 
 /// Returns the size `bytes` in the largest unit that suits it, as in "1.5KiB".

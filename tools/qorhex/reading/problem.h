@@ -12,9 +12,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
-
-#include "reading/failure.h"
 
 /// Whether a problem keeps the file from being used.
 enum class severity_t { ERROR, WARNING };
@@ -45,11 +42,6 @@ struct problem_t {
   std::size_t fileIndex{0};
   /// Whether a message that sums up says enough of it, unless all are told.
   bool isSummed{false};
-
-  /// The exit status that the problem gives its file.
-  exitStatus_t status() const {
-    return severity == severity_t::ERROR ? REFUSED : ALL_WELL;
-  }
 };
 
 /// Takes every problem at the time when it is found. It may return: reading
@@ -57,17 +49,9 @@ struct problem_t {
 /// reading.
 using problemSink_t = std::function<void(const problem_t&)>;
 
-/// Thrown for the first error of a file, where one is enough.
-class Refusal : public std::exception {
- public:
-  /// Makes the refusal for `reason`.
-  explicit Refusal(problem_t reason) : problem(std::move(reason)) {}
-
-  const char* what() const noexcept override { return problem.text.c_str(); }
-
-  /// The error.
-  const problem_t problem;
-};
+/// Thrown for the first error of a file, where one is enough. It is told by
+/// then.
+class Refusal : public std::exception {};
 
 /// The longest line that is shown whole.
 constexpr std::size_t longestShownLine = 531;

@@ -212,7 +212,7 @@ void RecordReader::takeStart(unsigned type, const unsigned char* bytes) {
     return;
   }
   const startAddress_t start{type, value, number};
-  const verdict_t verdict = checkStart ? checkStart(start) : verdict_t();
+  const verdict_t verdict = checkStart(start);
   const bool isSound = verdict.text.empty();
   if (!isSound && verdict.severity == severity_t::ERROR) {
     refuse(dataAt, verdict.text, false);

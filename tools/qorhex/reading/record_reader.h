@@ -72,9 +72,9 @@ using startCheck_t = std::function<verdict_t(const startAddress_t&)>;
 class RecordReader {
  public:
   /// Reads `text`, which like `problemSink` stays for the life of the reader.
-  /// Every start address is shown to `startCheck`, where there is one.
+  /// Every start address is shown to `startCheck`.
   RecordReader(TextInput& text, const problemSink_t& problemSink,
-               startCheck_t startCheck = {});
+               startCheck_t startCheck);
 
   /// Reads the next piece of data and puts its bytes at `room`, where
   /// `recordRoom` bytes may be written; false when the end record is reached or
@@ -87,9 +87,6 @@ class RecordReader {
   /// Returns what is shown of the line of the latest piece for a problem in
   /// `column`.
   excerpt_t excerpt(std::uint64_t column) const;
-
-  /// Returns the start addresses up to here, at most one of each type.
-  const std::vector<startAddress_t>& startAddresses() const { return starts; }
 
  private:
   // What a line has brought.

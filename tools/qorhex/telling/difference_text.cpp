@@ -45,9 +45,8 @@ class DifferenceLines {
       case differenceKind_t::ONLY_B:
         text += onlyIn[1];
         break;
-      case differenceKind_t::DIFFERS:
+      default:
         text += "differs\n";
-        break;
     }
     if (text.size() >= ioPiece) {
       flush();

@@ -33,7 +33,7 @@ void ProblemLog::take(const problem_t& problem) {
       writeError(problemText(problem, hasColours(STDERR_FILENO)));
     }
     if (isError && (inLines || isAllOver())) {
-      throw Refusal(problem);
+      throw Refusal();
     }
   } else if (!style.silent && names.size() == 1) {
     writeOutput(problemText(problem, hasColours(STDOUT_FILENO)));

@@ -68,9 +68,6 @@ std::string shortened(const std::string& text, std::size_t columns) {
   for (std::size_t used = 0; used + columnsAt(text[front]) <= half; ++front) {
     used += columnsAt(text[front]);
   }
-  while (isInside(text[front])) {
-    --front;
-  }
   std::size_t back = text.size();
   for (std::size_t used = 0; used + columnsAt(text[back - 1]) <= half;) {
     used += columnsAt(text[--back]);

@@ -103,8 +103,8 @@ bool Placement::takeBack() {
     well = renameFile(old.name(), target.path);
   } else if (state == state_t::ADDED) {
     well = ::unlink(target.path.c_str()) == 0;
-  } else if (state == state_t::REPLACED) {
-    well = false;
+  } else {
+    well = false;  // what was replaced is gone
   }
   if (well) {
     state = state_t::APART;

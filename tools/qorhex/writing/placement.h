@@ -30,8 +30,8 @@ class Placement {
   /// Whether the file is in place.
   bool isPlaced() const { return state != state_t::APART; }
 
-  /// Gives the name back to what had it before. When that fails, returns false:
-  /// the target stays the new file.
+  /// Gives the name of a file that is in place back to what had it before. When
+  /// that fails, returns false: the target stays the new file.
   bool takeBack();
 
   /// Removes the old file, if it was kept. When that fails, returns false with
