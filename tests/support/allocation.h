@@ -42,8 +42,9 @@ class AllocationCount {
 };
 
 /// Runs `action` with its first allocation failing, then with its second, and
-/// so on until none fails, and `check` after each failure. Returns how often
-/// one failed. What a failed `action` leaves allocated is `leaked`.
+/// so on until none fails, and `check` after each failure that `action` passes
+/// on. Returns how often one failed. What a failed `action` leaves allocated is
+/// `leaked`.
 long failEveryAllocation(const std::function<void()>& action,
                          const std::function<void(long leaked)>& check);
 
