@@ -7,10 +7,14 @@
 #include <locale>
 #include <sstream>
 #include <string>
+#include <thread>
+
+#include <pthread.h>
 
 #include <gtest/gtest.h>
 
 #include "support/digit_grouping.h"
+#include "support/sanitizers.h"
 
 namespace {
 
@@ -42,6 +46,15 @@ class CountingBuffer : public std::streambuf {
 
 // Takes nothing.
 class FullBuffer : public std::streambuf {};
+
+// Ends the thread that writes to it.
+class EndingBuffer : public std::streambuf {
+ protected:
+  std::streamsize xsputn(const char* /*from*/,
+                         std::streamsize /*count*/) override {
+    pthread_exit(nullptr);
+  }
+};
 
 // Does not write where all is taken at once.
 void notAsked(std::ostream& /*os*/) {
@@ -116,6 +129,26 @@ TEST(Insertion, FailureIsTold) {
   EXPECT_EQ(os.rdstate(), std::ios_base::badbit | std::ios_base::failbit);
   EXPECT_EQ(os.width(), 3);
   EXPECT_EQ(os.flags() & std::ios_base::unitbuf, std::ios_base::unitbuf);
+}
+
+// Also where the stream throws: that would end the process.
+TEST(Insertion, TheEndOfTheThreadIsPassedOnAndNoted) {
+#if defined(QORUTIL_ADDRESS_SANITIZER) && !defined(__clang__)
+  GTEST_SKIP() << "to the sanitizer of g++ what ends a thread is a null object";
+#endif
+  for (const auto exceptions :
+       {std::ios_base::goodbit, std::ios_base::badbit}) {
+    EndingBuffer buffer;
+    std::ostream os(&buffer);
+    os.exceptions(exceptions);
+    bool returned = false;
+    std::thread([&] {
+      insertAtOnce(os, "text");
+      returned = true;
+    }).join();
+    EXPECT_FALSE(returned);
+    EXPECT_EQ(os.rdstate(), std::ios_base::badbit);
+  }
 }
 
 TEST(Insertion, FailureThrowsWhereTheStreamDoes) {

@@ -415,6 +415,17 @@ TEST(ParseLine, ForgetsTheTypeOfTheLineBefore) {
   EXPECT_EQ(record.type, 0xFF);
 }
 
+// The blanks make up for the digits that are missing.
+TEST(ParseLine, LeavesTheOldDataBehindALineThatEndsEarly) {
+  IntelHexFile image;
+  Record record;
+  record.data = {0xAA, 0xBB, 0xCC, 0xDD};
+  std::string line = ":04000000010203    ";
+  image.parseLine(line, record);
+  EXPECT_EQ(record.type, 0xFF);
+  EXPECT_EQ(record.data, (Bytes{1, 2, 3, 0xDD}));
+}
+
 Record recordAt(std::uint16_t extAddress, std::uint16_t address,
                 const Bytes& data = {}) {
   Record record;

@@ -3,6 +3,7 @@
 #include "qorutil/system.h"
 
 #include <cerrno>
+#include <cfenv>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -329,6 +330,22 @@ TEST(SysinfoPrinter, SizesAre64BitProducts) {
             "up=0 load=0/0/0 totalram=2048TiB freeram=0B sharedram=0B "
             "bufferram=0B totalswap=0B freeswap=0B procs=0 totalhigh=0B "
             "freehigh=2TiB mem_unit=2147483648");
+}
+
+// 1026 bytes are 1.001953125 KiB.
+TEST(SysinfoPrinter, RoundingModeHolds) {
+  struct sysinfo info {};
+
+  info.mem_unit = 1;
+  info.totalram = 1026;
+  const int before = std::fegetround();
+  std::fesetround(FE_UPWARD);
+  const std::string text = infoText(info);
+  std::fesetround(before);
+  EXPECT_EQ(text,
+            "up=0 load=0/0/0 totalram=1.00196KiB freeram=0B sharedram=0B "
+            "bufferram=0B totalswap=0B freeswap=0B procs=0 totalhigh=0B "
+            "freehigh=0B mem_unit=1");
 }
 
 TEST(SysinfoPrinter, UsesTheFlagsOfTheStreamAndLeavesThem) {

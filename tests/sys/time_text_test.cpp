@@ -137,6 +137,8 @@ TEST_F(AscTime, TimesBeforeTheEpochAreTruncatedTowardZero) {
   EXPECT_EQ(getAscTime(), "Wed Dec 31 23:59:59 1969");
   platform.wall = {-1, 1};  // 0.999999999 s before
   EXPECT_EQ(getAscTime(), "Thu Jan  1 00:00:00 1970");
+  platform.wall = {-1, 0};  // nothing to cut off
+  EXPECT_EQ(getAscTime(), "Wed Dec 31 23:59:59 1969");
 }
 
 TEST_F(AscTime, ReachesBeyond32Bits) {
@@ -179,6 +181,8 @@ TEST_F(PosixTime, TimesBeforeTheEpochAreTruncatedTowardZero) {
   EXPECT_EQ(getPosixTime(), "1969-12-31 23:59:59");
   platform.wall = {-1, 1};
   EXPECT_EQ(getPosixTime(), "1970-01-01 00:00:00");
+  platform.wall = {-1, 0};
+  EXPECT_EQ(getPosixTime(), "1969-12-31 23:59:59");
 }
 
 struct MicrosecondsCase {

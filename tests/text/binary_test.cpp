@@ -99,6 +99,11 @@ TEST(BinaryBase, EveryBitCountGroupingAlignmentAndWidth) {
   }
 }
 
+TEST(BinaryBase, BitsBeyondThoseOfTheValueAreZeros) {
+  EXPECT_EQ(printed(UINT64_MAX, 72),
+            std::string(8, '0') + std::string(64, '1'));
+}
+
 TEST(BinaryBase, PaddingIsSpacesWhateverTheFill) {
   std::ostringstream os;
   os << std::setfill('*') << std::setw(6);

@@ -102,6 +102,15 @@ TEST(Split, AppendingFormKeepsWhatWasThere) {
   EXPECT_THAT(fields, ElementsAre("a", "b", "c"));
 }
 
+TEST(Split, AppendingFormUsesTheRoomThatThereIs) {
+  std::vector<std::string> fields;
+  fields.reserve(3);
+  const std::string* const room = fields.data();
+  split("a,b,c", ',', fields);
+  EXPECT_THAT(fields, ElementsAre("a", "b", "c"));
+  EXPECT_EQ(fields.data(), room);
+}
+
 TEST(Tokenize, WordsAreRunsWithoutWhiteSpace) {
   EXPECT_THAT(tokenize("  alpha\t beta\n"), ElementsAre("alpha", "beta"));
 }
