@@ -272,6 +272,27 @@ TEST_F(Qorhex, LinesBehindALongOneKeepTheirNumbers) {
                 "^\n");
 }
 
+// The rest of it is no line.
+TEST_F(Qorhex, ADamagedLongLineIsOneProblem) {
+  folder.write("bad.hex", "x" + std::string(large, 'y') + '\n' + abcdLine +
+                              endLine + "z" + std::string(large, 'y') + '\n');
+  const processResult_t result = run({"--check", "bad.hex"});
+  EXPECT_EQ(
+      result.out,
+      "bad.hex:1:1: error: no start code ':' at the beginning; every "
+      "line is a record, comments are not understood\n"
+      "x" +
+          std::string(79, 'y') +
+          "\n^\n"
+          "bad.hex:4:1: warning: 1 line behind the end record is left out\n"
+          "z" +
+          std::string(79, 'y') +
+          "\n^\n"
+          "bad.hex: 1 error, 1 warning\n");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 3);
+}
+
 TEST_F(Qorhex, ALongLineTakesNoMemory) {
 #ifdef QORUTIL_ADDRESS_SANITIZER
   GTEST_SKIP() << "the sanitizer needs memory of its own";

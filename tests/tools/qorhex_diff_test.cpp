@@ -86,6 +86,27 @@ TEST_F(QorhexDiff, StartAddressesAreCompared) {
   expectDiff(data + endLine, data + segment + endLine, 1,
              "start address 0x00000012 (segment 0x0001, offset 0x0002)  only "
              "in new.hex\n");
+  expectDiff(
+      data + linear + endLine,
+      data + recordLine(startSegment, 0, std::string("\0\0\1\0", 4)) + endLine,
+      1,
+      "start address 0x00000100  only in old.hex\n"
+      "start address 0x00000100 (segment 0x0000, offset 0x0100)  only "
+      "in new.hex\n");
+}
+
+// More than is written at once.
+TEST_F(QorhexDiff, ManyDifferencesAreAllTold) {
+  std::string old;
+  std::string told;
+  for (unsigned i = 0; i < 2000; ++i) {
+    old += dataLine(2 * i, "a");
+    char line[64];
+    std::snprintf(line, sizeof line, "0x%08x  0x%08x  1  1B  only in old.hex\n",
+                  2 * i, 2 * i);
+    told += line;
+  }
+  expectDiff(old + endLine, endLine, 1, told);
 }
 
 TEST_F(QorhexDiff, RangesLimitWhatIsCompared) {

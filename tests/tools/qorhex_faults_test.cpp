@@ -25,6 +25,7 @@
 #include <gtest/gtest.h>
 
 #include "reading/failure.h"
+#include "reading/text_input.h"
 #include "support/files.h"
 #include "writing/output_set.h"
 
@@ -45,10 +46,14 @@ struct fault_t {
 struct Simulation {
   bool active = false;
   std::optional<fault_t> fault;
+  std::optional<fault_t> other;
   // Calls that always fail, on a system that does not have them.
   std::map<std::string, int> missing;
-  // Files of this name seem to belong to somebody else.
+  // Files of this name seem to belong to somebody else, or to another group.
   std::string foreign;
+  std::string foreignGroup;
+  // Who runs the program, where it is not who runs the test.
+  std::optional<uid_t> user;
   std::size_t largestWrite = 1U << 30U;
   std::vector<std::string> names;
   std::vector<std::string> calls;
@@ -91,9 +96,10 @@ bool fails(const std::string& name, const std::string& rest = {}) {
     errno = missing->second;
     return true;
   }
-  if (const auto& fault = simulation.fault) {
-    if (index == fault->index || (fault->forEver && index > fault->index &&
-                                  simulation.names[fault->index] == name)) {
+  for (const auto& fault : {simulation.fault, simulation.other}) {
+    if (fault &&
+        (index == fault->index || (fault->forEver && index > fault->index &&
+                                   simulation.names[fault->index] == name))) {
       errno = fault->error;
       return true;
     }
@@ -256,6 +262,10 @@ extern "C" int stat(const char* path, struct stat* status) noexcept {
       shortName(path) == simulation.foreign) {
     ++status->st_uid;
   }
+  if (simulation.active && result == 0 &&
+      shortName(path) == simulation.foreignGroup) {
+    ++status->st_gid;
+  }
   return result;
 }
 
@@ -280,6 +290,11 @@ extern "C" int faccessat(int folder, const char* path, int mode,
              ? -1
              : realOne<int(int, const char*, int, int)>("faccessat")(
                    folder, path, mode, flags);
+}
+
+extern "C" uid_t geteuid() noexcept {
+  return simulation.active && simulation.user ? *simulation.user
+                                              : realOne<uid_t()>("geteuid")();
 }
 
 extern "C" int sigprocmask(int how, const sigset_t* set,
@@ -581,7 +596,91 @@ TEST_F(QorhexFaults, WithoutTheOwnerTheSetIdBitsAreLost) {
   EXPECT_EQ(modeOf("fw.bin"), 0755U);
 }
 
+TEST_F(QorhexFaults, TheGroupIsKept) {
+  const scenario_t scenario{"", {{"fw.bin", "old"}}, {}, {}};
+  prepare(scenario);
+  simulation.foreignGroup = "fw.bin";
+  EXPECT_EQ(write(scenario), "");
+  EXPECT_THAT(simulation.calls,
+              testing::IsSupersetOf({"fchown owner group", "fchmod 640"}));
+}
+
+// In a sticky folder nobody else could remove the second name again.
+TEST_F(QorhexFaults, RootAndTheOwnerLinkAFileThatCannotBeExchanged) {
+  const uid_t owner = getuid() + 1;
+  for (const uid_t user : {uid_t{0}, owner, owner + 1}) {
+    const scenario_t scenario{
+        "", {{"a", "old"}, {"b", {}}}, {{"renameat2", EINVAL}}, "a"};
+    prepare(scenario);
+    simulation.user = user;
+    EXPECT_EQ(write(scenario), "");
+    EXPECT_EQ(
+        std::count(simulation.names.begin(), simulation.names.end(), "link"),
+        user == owner + 1 ? 0 : 1)
+        << user;
+  }
+}
+
 // ------------------------------------------------------------------ Faults
+
+TEST_F(QorhexFaults, AStandardOutputThatCannotBeAskedForIsNoOutput) {
+  FilesInUse inUse({});
+  simulation.missing = {{"fstat", EIO}};
+  simulation.active = true;
+  EXPECT_NO_THROW(inUse.addStandardOutput());
+  simulation.active = false;
+}
+
+// The second target cannot be placed, and the first only in one way or in none.
+TEST_F(QorhexFaults, WhatCannotBeExchangedBackIsRenamedBack) {
+  const scenario_t scenario{
+      "", {{"a", "old a"}, {"b", "old b"}}, {{"link", EPERM}}, {}};
+  prepare(scenario);
+  EXPECT_EQ(write(scenario), "");
+  const auto placing =
+      std::find(simulation.names.begin(), simulation.names.end(), "renameat2");
+  const auto second =
+      static_cast<std::size_t>(placing - simulation.names.begin()) + 1;
+  for (const bool renamed : {true, false}) {
+    prepare(scenario);
+    simulation.fault = {second, EIO, true};
+    simulation.other = {second + 2, EACCES, !renamed};
+    const std::string text = write(scenario);
+    ASSERT_EQ(simulation.names[second], "renameat2");
+    ASSERT_EQ(simulation.names[second + 2], "rename");
+    const std::string refusal = folder.path("b") + ": Permission denied";
+    EXPECT_EQ(folder.read("b"), "old b");
+    if (renamed) {
+      EXPECT_EQ(text, refusal);
+      EXPECT_EQ(folder.read("a"), "old a");
+      EXPECT_THAT(folder.names(), ElementsAre("a", "b"));
+    } else {
+      EXPECT_EQ(text.rfind(refusal + "; " + folder.path("a") +
+                               " is new already, and was " + folder.path() +
+                               "/.qorhex-",
+                           0),
+                0U)
+          << text;
+      expectWhole(scenario, text);
+    }
+  }
+}
+
+TEST_F(QorhexFaults, AnInputThatDoesNotTellItsSizeIsAFailure) {
+  folder.write("fw.hex", "");
+  simulation.missing = {{"fstat", EIO}};
+  const std::size_t descriptors = openDescriptors();
+  std::string text;
+  simulation.active = true;
+  try {
+    const TextInput input(folder.path("fw.hex"));
+  } catch (const Failure& failure) {
+    text = failure.what();
+  }
+  simulation.active = false;
+  EXPECT_EQ(text, folder.path("fw.hex") + ": Input/output error");
+  EXPECT_EQ(openDescriptors(), descriptors);
+}
 
 const scenario_t scenarios[] = {
     {"ANewFile", {{"a", {}}}, {}, {}},

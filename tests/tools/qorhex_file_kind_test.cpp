@@ -65,6 +65,7 @@ TEST(OtherKind, TextsBeginBehindBlanksAndAMark) {
 TEST(OtherKind, AnSWithoutDigitsIsNoSRecord) {
   EXPECT_EQ(kindOf("S7"), "");
   EXPECT_EQ(kindOf("SA13"), "");
+  EXPECT_EQ(kindOf("S/13"), "") << "before the digits";
   EXPECT_EQ(kindOf("S1 3"), "");
   EXPECT_EQ(kindOf("Some text"), "");
   EXPECT_EQ(kindOf("S9ff"), sRecords);

@@ -52,6 +52,31 @@ TEST_F(QorhexLong, LinesAreThoseOfTheBytesThatCount) {
                 std::string(72, '#') + '\n');
 }
 
+// More than is written at once.
+TEST_F(QorhexLong, ManySegmentsAreAllShown) {
+  std::string text;
+  std::string table =
+      "   no  first       last        size         crc-32      lines\n";
+  for (unsigned i = 0; i < 1000; ++i) {
+    text += dataLine(2 * i, "1");
+    char line[160];
+    if (i != 0) {
+      std::snprintf(line, sizeof line,
+                    "    -  0x%08x  0x%08x     1     1B  gap\n", 2 * i - 1,
+                    2 * i - 1);
+      table += line;
+    }
+    std::snprintf(line, sizeof line,
+                  "%5u  0x%08x  0x%08x     1     1B  0x83dcefb7  %u\n", i,
+                  2 * i, 2 * i, i + 1);
+    table += line;
+  }
+  folder.write("fw.hex", text + endLine);
+  expectRun({"-l", "fw.hex"}, 0,
+            table + "total                          1000  1000B\n\n" +
+                std::string(72, '+') + '\n');
+}
+
 TEST_F(QorhexLong, ShowsStartAddresses) {
   folder.write("fw.hex",
                recordLine(startLinear, 0, "\x12\x34\x56\x78") +

@@ -190,6 +190,19 @@ TEST_F(QorhexMerging, UnderForceTheLaterStartAddressCountsAndIsTold) {
                 recordLine(3, 0, {0, 0, 0, 5}) + endLine);
 }
 
+// What gives way to its own value gives way to nothing.
+TEST_F(QorhexMerging, AStartAddressThatComesBackIsNotToldToGiveWay) {
+  folder.write("other.hex", recordLine(5, 0, {0, 0, 0, 2}) + endLine);
+  folder.write("last.hex", recordLine(5, 0, {0, 0, 0, 1}) + endLine);
+  expectRun({"-m", "--force", "--ihex=all.hex", "--range=0+4", "boot.hex",
+             "other.hex", "last.hex"},
+            0, {},
+            "qorhex: other.hex: start address 0x00000002 gives way to that of "
+            "last.hex (--force)\n");
+  EXPECT_EQ(folder.read("all.hex"),
+            dataLine(0, "abcd") + recordLine(5, 0, {0, 0, 0, 1}) + endLine);
+}
+
 // A warning of other.hex in column 10, as JSON.
 std::string warningJson(int line, const std::string& text) {
   return R"({"file":"other.hex","line":)" + std::to_string(line) +
@@ -254,6 +267,16 @@ TEST_F(QorhexMerging, EachFileTellsItsFirstProblem) {
             "file was cut, or :00000001FF is missing\n"
             ":040100006162636471\n"
             "                   ^\n");
+}
+
+TEST_F(QorhexMerging, OfADamagedFileDataOutsideIsNotTold) {
+  folder.write("map", "low 0-0xff\n");
+  folder.write("bad.hex", dataLine(0x200, "far") + "x\n" + endLine);
+  expectRun({"-m", "--map=map", "bad.hex", "boot.hex"}, 3, {},
+            "bad.hex:2:1: error: no start code ':' at the beginning; every "
+            "line is a record, comments are not understood\n"
+            "x\n"
+            "^\n");
 }
 
 TEST_F(QorhexMerging, RangesAndMapsActOnTheWholeImage) {

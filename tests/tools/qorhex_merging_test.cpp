@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include "image/image_reader.h"
+#include "image/places.h"
 #include "support/files.h"
 #include "support/hexrecord.h"
 
@@ -321,6 +322,28 @@ TEST(MergeTexts, RunsOfPlacesEndWithTheirText) {
       EXPECT_EQ(place.line, 1 + address / 16) << address;
     }
   }
+}
+
+TEST(Places, ARunEndsWithTheColumn) {
+  Places places;
+  for (std::uint32_t i = 0; i < 3; ++i) {
+    places.add(16 * i, {16 * i, 16, i + 1, 10});
+  }
+  places.add(48, {48, 16, 4, 12});
+  EXPECT_EQ(places.at(47).column, 40U);
+  EXPECT_EQ(places.at(48).column, 12U);
+  EXPECT_EQ(places.all().size(), 2U);
+}
+
+TEST(Places, LinesMayBeAnyNumberApart) {
+  constexpr std::uint64_t far = (std::uint64_t{1} << 32U) + 1;
+  Places places;
+  places.add(0, {0, 16, 1, 10});
+  places.add(16, {16, 16, 1 + far, 10});
+  places.add(32, {32, 16, 1 + 2 * far, 10});
+  EXPECT_EQ(places.at(15).line, 1U);
+  EXPECT_EQ(places.at(16).line, 1 + far);
+  EXPECT_EQ(places.at(32).line, 1 + 2 * far);
 }
 
 TEST(MergeTexts, EqualStartAddressesAreOne) {

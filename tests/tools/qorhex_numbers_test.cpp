@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "image/numbers.h"
+#include "reading/number_text.h"
 
 namespace {
 
@@ -211,6 +212,13 @@ TEST(RangeText, RandomTextsGiveARangeOrAReason) {
     }
   }
   EXPECT_GT(sound, 100U);
+}
+
+TEST(HexText, HasAsManyDigitsAsItNeedsOrMore) {
+  EXPECT_EQ(hexText(0, 1), "0x0");
+  EXPECT_EQ(hexText(0xABC, 2), "0xabc");
+  EXPECT_EQ(hexText(0xABC, 16), "0x0000000000000abc");
+  EXPECT_EQ(hexText(0xFEDCBA9876543210, 1), "0xfedcba9876543210");
 }
 
 TEST(AddressText, HasEightDigitsOrMore) {

@@ -169,6 +169,38 @@ TEST_F(Qorhex, AListingThatMemoryDoesNotHoldIsAnError) {
   }
 }
 
+// That is read before any FILE.
+TEST_F(Qorhex, AMapThatMemoryDoesNotHoldIsAnError) {
+#ifdef QORUTIL_ADDRESS_SANITIZER
+  GTEST_SKIP() << "the sanitizer needs more address space than the limits";
+#endif
+  if (programsAreEmulated()) {
+    GTEST_SKIP() << "the emulator needs more address space than the limits";
+  }
+  std::string map;
+  for (unsigned i = 0; i < 100000; ++i) {
+    map += 'r' + std::to_string(i) + ' ' + std::to_string(i) + "+1\n";
+  }
+  folder.write("map", map);
+  folder.write("fw.hex", abcdLine + endLine);
+  int failures = 0;
+  for (rlim_t limit = 8 << 20; limit <= 24 << 20; limit += 1 << 20) {
+    const processResult_t result =
+        run({"--map=map", "-b", "-", "fw.hex"}, [limit] {
+          const rlimit space{limit, limit};
+          setrlimit(RLIMIT_AS, &space);
+        });
+    EXPECT_EQ(result.out, result.status == 0 ? "abcd" : "") << limit;
+    EXPECT_EQ(result.err.empty(), result.status == 0) << limit;
+    // With less it is the loader that gives up.
+    if (result.status == 4) {
+      EXPECT_THAT(result.err, testing::MatchesRegex("qorhex: [^\n]+\n"));
+      ++failures;
+    }
+  }
+  EXPECT_GT(failures, 0);
+}
+
 TEST_F(Qorhex, ManySegmentsAreWritten) {
   std::string text;
   for (unsigned i = 0; i < 40; ++i) {
@@ -178,6 +210,22 @@ TEST_F(Qorhex, ManySegmentsAreWritten) {
   EXPECT_EQ(run({"-o", ".", "fw.hex"}).status, 0);
   EXPECT_EQ(folder.names().size(), 41U);
   EXPECT_EQ(folder.read("fw-00000075.bin"), "ab");
+}
+
+// They are held open until they are synced together, but not all of them.
+TEST_F(Qorhex, ManySegmentsTakeFewDescriptors) {
+  std::string text;
+  for (unsigned i = 0; i < 100; ++i) {
+    text += dataLine(i * 3, "ab");
+  }
+  folder.write("fw.hex", text + endLine);
+  const processResult_t result = run({"-o", ".", "fw.hex"}, [] {
+    const rlimit descriptors{40, 40};
+    setrlimit(RLIMIT_NOFILE, &descriptors);
+  });
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(folder.names().size(), 101U);
 }
 
 TEST_F(Qorhex, TheBinaryMayHaveTheNameOfASegmentElsewhere) {
@@ -196,6 +244,11 @@ TEST_F(Qorhex, TheOutputFolderMustExist) {
                 "qorhex: fw.hex: Not a directory\n");
   expectFailure({"-b", "none/fw.bin", "fw.hex"},
                 "qorhex: none/fw.bin: No such file or directory\n");
+  expectFailure({"-b", "none/", "fw.hex"},
+                "qorhex: none/: No such file or directory\n");
+  // Told before anything is on its way.
+  expectFailure({"-b", "", "--ihex=-", "fw.hex"},
+                "qorhex: : No such file or directory\n");
 }
 
 TEST_F(Qorhex, AFolderIsNoTarget) {
@@ -256,6 +309,23 @@ TEST_F(Qorhex, ALoopOfLinksIsAnError) {
   std::filesystem::create_symlink("a", folder.path("b"));
   expectFailure({"-b", "a", "fw.hex"},
                 "qorhex: a: Too many levels of symbolic links\n");
+}
+
+TEST_F(Qorhex, OwnDescriptorsHaveANumber) {
+  folder.write("fw.hex", sampleText);
+  for (const char* list : {"/dev/fd/", "/proc/self/fd/"}) {
+    const std::string name = list;
+    // Told before anything is on its way.
+    expectFailure({"-b", "-", "--ihex=" + name + "99999", "fw.hex"},
+                  "qorhex: " + name + "99999: Bad file descriptor\n");
+    expectFailure({"-b", name, "fw.hex"},
+                  "qorhex: " + name + ": Is a directory\n");
+    for (const char* other : {"999999999", "none", "1x"}) {
+      expectFailure(
+          {"-b", name + other, "fw.hex"},
+          "qorhex: " + name + other + ": No such file or directory\n");
+    }
+  }
 }
 
 TEST_F(Qorhex, AFullDeviceIsAnError) {

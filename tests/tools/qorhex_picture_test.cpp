@@ -135,6 +135,35 @@ TEST_F(QorhexPicture, OfTooManySegmentsTheNoteSaysWhatIsNotDrawn) {
                                  "them not drawn.</text>"));
 }
 
+TEST_F(QorhexPicture, OfTooManyRegionsTheLastLineCountsTheOthers) {
+  std::string map = "all 0x100+0x10\nother 0x8000000+1\n";
+  for (unsigned i = 0; i < 40; ++i) {
+    map += 'r' + std::to_string(i) + ' ' + std::to_string(0x1000 + i) + "+1\n";
+  }
+  folder.write("map", map);
+  const processResult_t result = run({"--svg=-", "--map=map", "fw.hex"});
+  EXPECT_THAT(result.out, testing::HasSubstr(">r38</text>"));
+  EXPECT_THAT(result.out, testing::Not(testing::HasSubstr(">r39</text>")));
+  EXPECT_THAT(result.out, testing::HasSubstr(">and 2 more regions</text>"));
+}
+
+TEST_F(QorhexPicture, TheBarOfARegionWithoutDataIsEmpty) {
+  folder.write("map", "all 0x100+0x10\nempty 0x200+0x10\nother 0x8000000+1\n");
+  const processResult_t result = run({"--svg=-", "--map=map", "fw.hex"});
+  EXPECT_THAT(result.out,
+              testing::ContainsRegex(
+                  "<rect x=\"467\" y=\"[0-9.]+\" width=\"0\" height=\"6\" "
+                  "fill=\"#2b8a66\"/>\n"
+                  "<text x=\"467\" y=\"[0-9.]+\">0 of 16 bytes</text>"));
+}
+
+TEST_F(QorhexPicture, AMergedImageHasTheNamesOfItsFiles) {
+  folder.write("boot.hex", dataLine(0x200, "i") + endLine);
+  const processResult_t result = run({"-m", "--svg=-", "fw.hex", "boot.hex"});
+  EXPECT_THAT(result.out,
+              testing::HasSubstr("<title>fw.hex + boot.hex</title>"));
+}
+
 TEST_F(QorhexPicture, ARefusedFileLeavesTheOldPicture) {
   folder.write("map.svg", "old");
   folder.write("bad.hex", "rubbish\n");

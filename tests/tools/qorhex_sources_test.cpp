@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -83,8 +84,8 @@ TEST_F(Qorhex, StandardInputIsNotReadBeyondTheEndRecord) {
   }
 }
 
-// A pipe that holds `pieces`, one after the other, and stays open for as long
-// as the program reads.
+// A pipe that holds `pieces`, each of them when the one before it is read, and
+// stays open for as long as the program reads.
 class QorhexPipe : public Qorhex {
  protected:
   processResult_t runFed(const std::vector<std::string>& arguments,
@@ -100,7 +101,10 @@ class QorhexPipe : public Qorhex {
       const int fifo = open(path.c_str(), O_WRONLY);
       for (const std::string& piece : pieces) {
         EXPECT_NE(write(fifo, piece.data(), piece.size()), -1);
-        usleep(100000);
+        for (int left = 1; left != 0 && !done;) {
+          usleep(1000);
+          ASSERT_EQ(ioctl(fifo, FIONREAD, &left), 0);
+        }
       }
       while (!ends && !done) {
         usleep(1000);
@@ -121,6 +125,48 @@ TEST_F(QorhexPipe, AnEndRecordBehindManyBlanksIsNotReadBeyond) {
   EXPECT_EQ(result.out, "abcd");
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.status, 0);
+}
+
+// What was read before could make up for what is still to come: the pieces go
+// to one place.
+TEST_F(QorhexPipe, APartOfALineIsNoLine) {
+  const std::string next = dataLine(4, "efgh");
+  const processResult_t result =
+      runFed({"-b", "-", "fifo"},
+             {abcdLine + next, abcdLine + next.substr(0, 13),
+              next.substr(13) + endLine},
+             true);
+  EXPECT_EQ(result.out, "abcdefgh");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(QorhexPipe, APartOfALongLineIsNoLine) {
+  const processResult_t result = runFed(
+      {"-b", "-", "fifo"},
+      {blanks(large) + abcdLine.substr(0, 13), abcdLine.substr(13) + endLine},
+      true);
+  EXPECT_EQ(result.out, "abcd");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+}
+
+// What there is of the first two lines has the length of an end record when the
+// first pieces end.
+TEST_F(QorhexPipe, AnotherTextOfThatLengthEndsNothing) {
+  const processResult_t result =
+      runFed({"--check", "fifo"},
+             {":0000000000", '\n' + abcdLine.substr(0, 11),
+              abcdLine.substr(11) + ":00000001FE\n" + endLine},
+             true);
+  EXPECT_EQ(result.out,
+            "fifo:3:10: error: wrong checksum 0xfe, the bytes give 0xff; if "
+            "the bytes are right, write FF\n"
+            ":00000001FE\n"
+            "         ^\n"
+            "fifo: 1 error, 0 warnings\n");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 3);
 }
 
 TEST_F(QorhexPipe, TheKindOfAFileIsThatOfAllItsPieces) {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -41,6 +42,19 @@ TEST_F(Qorhex, StrictKeepsTheImageOnStandardOutputClean) {
                   "#ERROR: unsupported record type found (5)\n"
                   "qorhex: fw.hex: the library cannot load this file\n");
   }
+}
+
+// Another file of the same file system is not standard output.
+TEST_F(Qorhex, StrictLeavesStandardOutputAloneWhereTheImageGoesElsewhere) {
+  folder.write("fw.hex", recordLine(5, 0, "main") + endLine);
+  folder.write("fw.bin", "old");
+  const processResult_t result =
+      run({"--strict", "-b", "fw.bin", "fw.hex"},
+          [] { dup2(creat("out", 0600), STDOUT_FILENO); });
+  EXPECT_EQ(result.err,
+            "#ERROR: unsupported record type found (5)\n"
+            "qorhex: fw.hex: the library cannot load this file\n");
+  EXPECT_EQ(folder.read("out"), recordLine(5, 0, "main"));
 }
 
 TEST_F(Qorhex, StrictTakesARecordWithoutDataWithTheLibrarysWarning) {
@@ -99,6 +113,13 @@ TEST_F(Qorhex, StrictLaysLaterBlocksOverEarlierOnes) {
             "   no  first       last        size\n"
             "    0  0x00000000  0x00000008  9  9B\n"
             "total                          9  9B\n");
+}
+
+// What is left of the second block lies behind the third.
+TEST_F(Qorhex, StrictLaysABlockOverTheOneThatIsBehindAnother) {
+  expectImage(dataLine(0, "abcdefgh") + dataLine(1, "BCDEFGHIJK") +
+                  dataLine(3, "4") + endLine,
+              "aBC4EFGHIJK", "", {"--strict"});
 }
 
 }  // namespace

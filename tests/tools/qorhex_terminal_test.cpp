@@ -239,6 +239,12 @@ TEST_F(QorhexTerminal, ANarrowTerminalHasTheNumberAlone) {
   EXPECT_EQ(shown({"--progress", "fw.hex"}, 0, {}, 4), "total  0\r\n");
 }
 
+TEST_F(QorhexTerminal, ATerminalThatDoesNotTellItsWidthHas72Columns) {
+  folder.write("fw.hex", endLine);
+  EXPECT_EQ(shown({"--progress", "fw.hex"}, 0, {}, 0),
+            bar("fw.hex: read", 72) + removal(72) + "total  0\r\n");
+}
+
 TEST_F(QorhexTerminal, AWideNameLeavesRoom) {
   folder.write("\xE6\xBC\xA2.hex", endLine);
   EXPECT_EQ(shown({"--progress", "\xE6\xBC\xA2.hex"}, 0),
