@@ -22,8 +22,8 @@ packagesFor() {
   case $1 in
     dev) echo zsh fish ;;  # which complete qorhex's options
     clang) echo clang ;;
-    clang-asan) echo clang libclang-rt-dev ;;
     hardened) echo dpkg-dev ;;
+    clang-asan | coverage) echo clang libclang-rt-dev ;;
     m32) echo "g++-$(g++ -dumpversion)-multilib googletest" ;;
     armhf*) echo g++-arm-linux-gnueabihf qemu-user googletest ;;
     arm64) echo g++-aarch64-linux-gnu qemu-user googletest ;;

@@ -82,7 +82,7 @@ arguments() {
     [ -s "$out" ] || fail "$script --help: prints nothing"
     expectCalls ""
   done
-  presets="dev clang release asan clang-asan tsan static hardened unsigned-char m32 armhf armhf-time64 arm64 s390x s390x-quick powerpc riscv64"
+  presets="dev clang release asan clang-asan coverage tsan static hardened unsigned-char m32 armhf armhf-time64 arm64 s390x s390x-quick powerpc riscv64"
   refuses "test.sh: no preset \"nosuch\"; there are: $presets" \
     "$root/scripts/test.sh" dev nosuch
   refuses 'check-machines.sh: no machine "nosuch"; there are: s390x powerpc riscv64 armhf armhf-time64 arm64 m32' \
@@ -101,6 +101,8 @@ arguments() {
     "$root/scripts/check-packaging.sh" nosuch
   refuses "check-static.sh: usage: $root/scripts/check-static.sh [cppcheck | analyzer]" \
     "$root/scripts/check-static.sh" lint
+  refuses 'coverage.sh: takes no arguments, not "src"; see --help' \
+    "$root/scripts/coverage.sh" src
   refuses 'bench.sh: no option "--slow"; see --help' \
     "$root/scripts/bench.sh" --slow
   refuses 'bench.sh: --rounds needs a value' \
