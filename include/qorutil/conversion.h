@@ -29,8 +29,9 @@ QORUTIL_EXPORT std::string IsoToUtf8Converter(const std::string& text);
 /// empty one.
 ///
 /// A character above U+00FF, an invalid sequence and one that is cut off at the
-/// end stop the conversion: the result is the text before it. Failures are
-/// those of IsoToUtf8Converter().
+/// end stop the conversion: the result is the text before it. The invisible tag
+/// characters U+E0000 to U+E007F are no such characters to glibc, which leaves
+/// them out and goes on. Failures are those of IsoToUtf8Converter().
 ///
 ///     Utf8ToIsoConverter("A\xC3\xA9");          // "A\xE9"
 ///     Utf8ToIsoConverter("5 \xE2\x82\xAC net");  // "5 " and, on std::cerr,

@@ -249,6 +249,17 @@ TEST_F(Utf8ToIso, FirstCharacterAboveLatin1CutsTheText) {
   EXPECT_EQ(capture.transcript(), invalidSequence);
 }
 
+TEST_F(Utf8ToIso, TagCharactersAreLeftOut) {
+  const Capture capture;
+  // U+E0000, U+E007F, and U+E0080, which is none.
+  EXPECT_EQ(Utf8ToIsoConverter("a\xF3\xA0\x80\x80"
+                               "b\xF3\xA0\x81\xBF"
+                               "c\xF3\xA0\x82\x80"
+                               "d"),
+            "abc");
+  EXPECT_EQ(capture.transcript(), invalidSequence);
+}
+
 TEST_F(Utf8ToIso, InvalidByteCutsTheTextBeforeIt) {
   const Capture capture;
   EXPECT_EQ(Utf8ToIsoConverter("ab\xFFz"), "ab");
