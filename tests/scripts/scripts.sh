@@ -93,8 +93,14 @@ arguments() {
     "$root/scripts/demo.sh" more
   refuses 'check-format.sh: takes no arguments, not "--mend"; see --help' \
     "$root/scripts/check-format.sh" --mend
-  refuses "fuzz.sh: usage: $root/scripts/fuzz.sh [SECONDS]" \
-    "$root/scripts/fuzz.sh" long
+  refuses 'fuzz.sh: no target "long"; there are: conversion loader options printers qorhex record strings version' \
+    "$root/scripts/fuzz.sh" 10 record long
+  refuses 'fuzz.sh: no option "--slow"; see --help' \
+    "$root/scripts/fuzz.sh" --slow
+  refuses "fuzz.sh: SECONDS and N are numbers from 1 on" \
+    "$root/scripts/fuzz.sh" 0
+  refuses "fuzz.sh: SECONDS and N are numbers from 1 on" \
+    "$root/scripts/fuzz.sh" --runs=many
   refuses "check-debian.sh: usage: $root/scripts/check-debian.sh [--tests] [--no-system | --keep]" \
     "$root/scripts/check-debian.sh" --keep --no-system
   refuses "check-packaging.sh: no system \"nosuch\"; there are: openembedded buildroot openwrt vcpkg conan" \

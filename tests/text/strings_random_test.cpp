@@ -4,7 +4,6 @@
 
 #include "qorutil/strings.h"
 
-#include <cctype>
 #include <cstddef>
 #include <random>
 #include <string>
@@ -12,47 +11,11 @@
 
 #include <gtest/gtest.h>
 
+#include "text/plain_strings.h"
+
 namespace {
 
 constexpr int rounds = 3000;
-
-std::vector<std::string> plainSplit(const std::string& text, char separator) {
-  std::vector<std::string> fields(1);
-  for (const char byte : text) {
-    if (byte == separator) {
-      fields.emplace_back();
-    } else {
-      fields.back() += byte;
-    }
-  }
-  return fields;
-}
-
-std::vector<std::string> plainTokenize(const std::string& text) {
-  std::vector<std::string> words;
-  bool inWord = false;
-  for (const char byte : text) {
-    if (std::isspace(static_cast<signed char>(byte)) != 0) {
-      inWord = false;
-    } else if (inWord) {
-      words.back() += byte;
-    } else {
-      words.emplace_back(1, byte);
-      inWord = true;
-    }
-  }
-  return words;
-}
-
-std::string plainReplace(std::string text, const std::string& pattern,
-                         const std::string& replacement) {
-  std::size_t from = 0;
-  while ((from = text.find(pattern, from)) != std::string::npos) {
-    text.replace(from, pattern.size(), replacement);
-    from += replacement.size();
-  }
-  return text;
-}
 
 class StringsRandom : public testing::Test {
  protected:
