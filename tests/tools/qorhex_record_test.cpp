@@ -95,6 +95,34 @@ TEST(DecodeRecord, ACutRecordIsNone) {
   }
 }
 
+// Every byte count with every length up to three bytes around its own.
+TEST(DecodeRecord, ALengthThatTheByteCountDoesNotGiveIsToldWhereItEnds) {
+  std::mt19937 generator(5);
+  for (std::size_t size = 0; size < 256; ++size) {
+    const std::string record = hexRecord(0, 0, randomBytes(generator, size));
+    const std::string ending =
+        " characters instead of " + std::to_string(record.size()) + "; ";
+    for (std::size_t length = record.size() - 6; length <= record.size() + 6;
+         ++length) {
+      std::string text = record;
+      text.resize(length, '0');
+      const bool cut = length < record.size();
+      EXPECT_EQ(commonLength(text), cut ? 0 : record.size());
+      if (length == record.size()) {
+        continue;
+      }
+      const damage_t damage = describeDamage(bodyOf(text));
+      EXPECT_EQ(damage.at, std::min(length, record.size())) << text;
+      EXPECT_EQ(damage.text,
+                (cut ? "shorter than its byte count says, "
+                     : "longer than its byte count says, ") +
+                    std::to_string(length) + ending +
+                    (cut ? "the line was cut, or its byte count is wrong"
+                         : "lines were joined, or the byte count is wrong"));
+    }
+  }
+}
+
 TEST(DecodeRecord, EveryCharacterAtEveryPlaceIsJudgedByTheRule) {
   std::mt19937 generator(3);
   for (const std::size_t size : {0U, 1U, 2U, 11U, 16U, 21U}) {
