@@ -101,6 +101,8 @@ arguments() {
     "$root/scripts/fuzz.sh" 0
   refuses "fuzz.sh: SECONDS and N are numbers from 1 on" \
     "$root/scripts/fuzz.sh" --runs=many
+  refuses 'check-cuts.sh: takes no arguments, not "more"; see --help' \
+    "$root/scripts/check-cuts.sh" more
   refuses "check-debian.sh: usage: $root/scripts/check-debian.sh [--tests] [--no-system | --keep]" \
     "$root/scripts/check-debian.sh" --keep --no-system
   refuses "check-packaging.sh: no system \"nosuch\"; there are: openembedded buildroot openwrt vcpkg conan" \
