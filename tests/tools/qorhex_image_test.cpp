@@ -199,6 +199,15 @@ TEST(ReadImage, OfOneStartTheFirstInTheTextIsThePlace) {
   EXPECT_EQ(outcome.image.sources.of(2).line, 3U);
 }
 
+TEST(ReadImage, TheLastAddressOfAllHasItsPlaceInAnyOrder) {
+  const outcome_t outcome = readAll(upper(0xFFFF) + line(0, 0xFFFE, {1, 2}) +
+                                    line(0, 0, {3}) + endRecord);
+  EXPECT_THAT(outcome.problems, IsEmpty());
+  EXPECT_EQ(outcome.image.sources.of(0xFFFFFFFF).line, 2U);
+  EXPECT_EQ(outcome.image.sources.of(0xFFFFFFFF).column, 12U);
+  EXPECT_EQ(outcome.image.sources.of(0xFFFF0000).line, 3U);
+}
+
 TEST(ReadImage, ReadingGoesOnWhereTheSinkReturns) {
   const outcome_t outcome =
       readAll("rubbish\n" + line(0, 0, {1}) + ":0100010002FF\n" +

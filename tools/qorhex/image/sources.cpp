@@ -33,8 +33,8 @@ place_t Sources::of(std::uint32_t address) const {
   if (pieces.empty()) {
     return places.at(address);
   }
-  const std::uint64_t behind = (std::uint64_t{address} + 1) << 32U;
-  auto piece = std::lower_bound(pieces.begin(), pieces.end(), behind);
+  const std::uint64_t last = std::uint64_t{address} << 32U | 0xFFFFFFFFU;
+  auto piece = std::upper_bound(pieces.begin(), pieces.end(), last);
   std::optional<candidate_t> best;
   while (piece != pieces.begin()) {
     --piece;
