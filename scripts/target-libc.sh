@@ -25,7 +25,7 @@ apt() {
 
 [[ $# == 2 ]] || fail "usage: $0 ARCHITECTURE FOLDER"
 architecture=$1
-folder=$(realpath "$2")
+folder=$(realpath --canonicalize-missing "$2")
 if [[ -d $folder ]]; then
   exit 0
 fi
