@@ -774,6 +774,14 @@ TEST(OptionsUpdate, DoesNotGatherWhatAnEarlierOneBuilt) {
   EXPECT_THAT(scanned(options, {"-h", "-l1"}), ElementsAre("104", "108=1"));
 }
 
+TEST(OptionsUpdate, NarrowsTheColumnsOfANameThatBecameShorter) {
+  char name[] = "number";
+  Options options{{'a', "aa", name, true, "1"}};
+  EXPECT_EQ(screen(options), "-a <number>  --aa=<number> 1\n");
+  name[1] = '\0';
+  EXPECT_EQ(screen(options), "-a <n>  --aa=<n> 1\n");
+}
+
 TEST(OptionsUpdate, IsNotRepeatedByGetWithoutAChange) {
   Options options{optionHelp};
   CommandLine line({"-h", "-h"});

@@ -141,6 +141,14 @@ TEST_F(AscTime, TimesBeforeTheEpochAreTruncatedTowardZero) {
   EXPECT_EQ(getAscTime(), "Wed Dec 31 23:59:59 1969");
 }
 
+TEST_F(AscTime, NextToTheEpochOnlyAFractionBeforeItCounts) {
+  const Zone zone("UTC0");
+  platform.wall = {-1, 0};
+  EXPECT_EQ(getAscTime(), "Wed Dec 31 23:59:59 1969");
+  platform.wall = {0, 999999999};
+  EXPECT_EQ(getAscTime(), "Thu Jan  1 00:00:00 1970");
+}
+
 TEST_F(AscTime, ReachesBeyond32Bits) {
   if (!wideTime) {
     GTEST_SKIP() << "time_t has 32 bits";
@@ -183,6 +191,13 @@ TEST_F(PosixTime, TimesBeforeTheEpochAreTruncatedTowardZero) {
   EXPECT_EQ(getPosixTime(), "1970-01-01 00:00:00");
   platform.wall = {-1, 0};
   EXPECT_EQ(getPosixTime(), "1969-12-31 23:59:59");
+}
+
+TEST_F(PosixTime, NextToTheEpochOnlyAFractionBeforeItCounts) {
+  platform.wall = {-1, 0};
+  EXPECT_EQ(getPosixTime(), "1969-12-31 23:59:59");
+  platform.wall = {0, 999999999};
+  EXPECT_EQ(getPosixTime(), "1970-01-01 00:00:00");
 }
 
 struct MicrosecondsCase {

@@ -66,6 +66,13 @@ TEST_F(Qorhex, VersionIsThatOfTheProject) {
   }
 }
 
+TEST_F(Qorhex, HelpAndVersionLeaveTheRestAlone) {
+  expectRun({"--map=absent.map", "--help", "absent.hex"}, 0,
+            run({"--help"}).out);
+  expectRun({"--map=absent.map", "-V", "absent.hex"}, 0,
+            "qorhex " QORHEX_VERSION "\n");
+}
+
 // The options with their letters, as in "-x --hexdump".
 std::vector<std::string> optionsIn(const std::string& text,
                                    const std::string& separator) {

@@ -57,6 +57,11 @@ int openNull() {
   return open("/dev/null", O_RDWR | O_CLOEXEC);
 }
 
+TEST(Descriptor, IsNothingAtFirst) {
+  EXPECT_FALSE(Descriptor().isOpen());
+  EXPECT_EQ(Descriptor().get(), -1);
+}
+
 TEST(Descriptor, MovesToItsNextOwner) {
   const std::size_t before = openDescriptors();
   std::optional<Descriptor> next;

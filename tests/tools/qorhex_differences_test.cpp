@@ -2,6 +2,7 @@
 //
 // Where two images differ, held against a plain comparison.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -113,6 +114,17 @@ TEST(FindDifferences, OneByteIsSeenWhereverItIs) {
 
 // At both ends of the address space; the second image has some of the first
 // one's bytes, some of its own, and some changed.
+// The bytes in front of the first image are what it would be equal with.
+TEST(FindDifferences, NoOtherBytesThanThoseOfTheImagesCount) {
+  std::vector<unsigned char> memory(3 * 256, 7);
+  std::fill(memory.end() - 256, memory.end(), 8);
+  const std::vector<segment_t> a{
+      {0, 512, {{0, memory.data() + 256, 512}}},
+  };
+  const OwnedSegments b({0}, 512, 7);
+  EXPECT_EQ(textOf(a, b.segments), "d256-511 ");
+}
+
 TEST(FindDifferences, RandomImagesDifferWhereAPlainComparisonSays) {
   std::mt19937 generator(1);
   for (int round = 0; round < 5000; ++round) {

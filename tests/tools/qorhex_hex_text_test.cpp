@@ -4,6 +4,7 @@
 // and read back by the library.
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <numeric>
 #include <random>
@@ -156,6 +157,23 @@ TEST(HexText, TheLibraryReadsItBack) {
     }
   }
   EXPECT_EQ(readBack, bytes);
+}
+
+// A line of 22 characters and 1488 of 44 leave room for 42 more.
+TEST(HexText, APieceEndsWhereTheLongestLineHasNoRoom) {
+  ByteMap bytes;
+  for (std::uint64_t i = 0; i < 5; ++i) {
+    bytes[i] = 0;
+  }
+  for (std::uint64_t i = 0; i < 30000; ++i) {
+    bytes[0x100 + i] = 0;
+  }
+  const OwnedSegments owned(bytes);
+  std::size_t largest = 0;
+  writeHexText(owned.segments, {}, [&](const char*, std::size_t size) {
+    largest = std::max(largest, size);
+  });
+  EXPECT_EQ(largest, 22U + 1488 * 44);
 }
 
 TEST(HexText, ComesInPiecesAndAllocatesNoGap) {

@@ -155,6 +155,16 @@ TEST(ReadImage, TheBlocksAreThoseOfTheLibraryWhereNothingIsOdd) {
   }
 }
 
+TEST(ReadImage, ARecordAcrossTheEdgeIsCutThereAndNowhereBehind) {
+  const Bytes data(16, 0x5A);
+  const outcome_t outcome =
+      readAll(line(0, 0xFFF8, data) + upper(1) + line(0, 8, data) + endRecord);
+  EXPECT_THAT(outcome.problems, IsEmpty());
+  EXPECT_THAT(blocksOf(outcome.image.blocks),
+              ElementsAre(Block{0, 0xFFF8, 8, Bytes(8, 0x5A)},
+                          Block{1, 0, 24, Bytes(24, 0x5A)}));
+}
+
 TEST(ReadImage, TheBytesAreThoseOfTheLibraryWhateverItTakes) {
   for (unsigned seed = 1; seed <= 300; ++seed) {
     // A record at 0 without data is the only one that it refuses.

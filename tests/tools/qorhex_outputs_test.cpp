@@ -328,6 +328,19 @@ TEST_F(Qorhex, OwnDescriptorsHaveANumber) {
   }
 }
 
+TEST_F(Qorhex, OfLinksInARow39AreFollowed) {
+  folder.write("fw.hex", sampleText);
+  std::filesystem::create_symlink("fw.bin", folder.path("1"));
+  for (int i = 2; i <= 40; ++i) {
+    std::filesystem::create_symlink(std::to_string(i - 1),
+                                    folder.path(std::to_string(i)));
+  }
+  expectRun({"-b", "39", "fw.hex"}, 0, "");
+  EXPECT_EQ(folder.read("fw.bin"), "ABCD");
+  expectFailure({"-b", "40", "fw.hex"},
+                "qorhex: 40: Too many levels of symbolic links\n");
+}
+
 TEST_F(Qorhex, AFullDeviceIsAnError) {
   folder.write("fw.hex", sampleText);
   expectFailure({"-b", "/dev/full", "fw.hex"},

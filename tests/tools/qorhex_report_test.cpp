@@ -74,6 +74,15 @@ TEST(Report, ARegionCanHaveSeveralSegments) {
             "high 1\n");
 }
 
+TEST(Report, AnotherImageTakesThePlaceOfTheFirst) {
+  const OwnedSegments first({{1, '1'}});
+  const OwnedSegments second({{3, '1'}});
+  report_t report;
+  describeImage(report, SegmentWalk(first.segments), nullptr, {}, {});
+  describeImage(report, SegmentWalk(second.segments), nullptr, {}, {});
+  EXPECT_EQ(textOf(report), "3-3 0x83dcefb7\n");
+}
+
 TEST(Report, AFailureNamesItsFileOnce) {
   report_t report;
   report.names = {"a\\b"};

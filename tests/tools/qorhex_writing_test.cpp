@@ -26,8 +26,11 @@
 #include <gtest/gtest.h>
 
 #include "reading/failure.h"
+#include "support/files.h"
 #include "support/hexrecord.h"
 #include "support/process.h"
+#include "writing/target.h"
+#include "writing/temporary.h"
 
 namespace {
 
@@ -289,6 +292,12 @@ TEST_F(QorhexWriting, TwoDevicesMayBeOne) {
   EXPECT_EQ(folder.read("fw-00000010.bin"), "efgh");
 }
 
+// A null device or a terminal is read and written at once without harm.
+TEST(QorhexFilesInUse, ADeviceThatKeepsNothingIsNoInput) {
+  const FilesInUse files({"/dev/null"});
+  EXPECT_NO_THROW(files.refuse(findTarget("/dev/null")));
+}
+
 // ------------------------------------------------------- Rights and owners
 
 TEST_F(QorhexWriting, AReadOnlyTargetIsRefused) {
@@ -452,6 +461,28 @@ INSTANTIATE_TEST_SUITE_P(Signals, QorhexEnding,
                          [](const auto& tested) {
                            return "Signal" + std::to_string(tested.param);
                          });
+
+// The second name of an old file is one of the temporary files.
+TEST(QorhexTemporaryFiles, AreAllRemovedByASignalLinksIncluded) {
+  const TemporaryFolder folder;
+  folder.write("fw.bin", "old");
+  const pid_t child = fork();
+  if (child == 0) {
+    restoreSignals();
+    removeOnSignals();
+    TemporaryFile link;
+    TemporaryFile file;
+    if (link.createLink(folder.path("fw.bin")) &&
+        file.create(folder.path("") + '/', 0600).isOpen()) {
+      raise(SIGTERM);
+    }
+    _exit(1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status;
+  EXPECT_THAT(folder.names(), ElementsAre("fw.bin"));
+}
 
 // At whatever moment a signal comes: all files are old or all are new.
 TEST_F(QorhexWriting, ASignalAtAnyMomentLeavesAllOldOrAllNew) {
