@@ -103,6 +103,8 @@ arguments() {
     "$root/scripts/fuzz.sh" --runs=many
   refuses 'check-cuts.sh: takes no arguments, not "more"; see --help' \
     "$root/scripts/check-cuts.sh" more
+  refuses 'mutate.sh: --count needs a number, not "all"' \
+    "$root/scripts/mutate.sh" --count all
   refuses "check-debian.sh: usage: $root/scripts/check-debian.sh [--tests] [--no-system | --keep]" \
     "$root/scripts/check-debian.sh" --keep --no-system
   refuses "check-packaging.sh: no system \"nosuch\"; there are: openembedded buildroot openwrt vcpkg conan" \
