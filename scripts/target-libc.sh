@@ -46,19 +46,24 @@ say "Fetching the libraries of $architecture from $mirror $release"
 keys=/usr/share/keyrings/debian-archive-keyring.gpg
 echo "deb [signed-by=$keys] $mirror $release main" >"$work/sources.list"
 touch "$work/status"
-mkdir -p "$work/lists/partial" "$work/archives/partial" "$work/tree/usr/lib"
+mkdir -p "$work/lists/partial" "$work/archives/partial"
 apt update -o APT::Update::Error-Mode=any
 if ! compgen -G "$work/lists/*_binary-${architecture}_Packages*" >/dev/null; then
   echo "Debian $release is not made for $architecture"
   exit 2
 fi
 (cd "$work" && apt download libc6 libc-bin libgcc-s1 libstdc++6)
-# As on a system whose /lib is /usr/lib.
-ln -s usr/lib "$work/tree/lib"
 for package in "$work"/*.deb; do
   dpkg-deb --extract "$package" "$work/tree"
 done
-# The rest of them would hide what this machine has.
-mkdir -p "$folder/usr"
-mv "$work/tree/lib" "$folder/"
+# The rest of the packages would hide what this machine has. All is in one folder:
+# a loader of 32 bits asks whether a folder is there where it has not found a
+# library, and the emulator answers for the one of this machine.
+mkdir -p "$folder/usr" "$folder/etc"
 mv "$work/tree/usr/lib" "$folder/usr/"
+if [[ -d $work/tree/lib ]]; then
+  cp -a "$work/tree/lib/." "$folder/usr/lib/"
+fi
+ln -s usr/lib "$folder/lib"
+# This machine's list of libraries is not for them.
+touch "$folder/etc/ld.so.cache"
