@@ -10,7 +10,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 mapfile -t presets < <(sed -n \
   '/"testPresets"/,/^  ]/s/.*"configurePreset": "\([^"]*\)".*/\1/p' \
-  CMakePresets.json)
+  CMakePresets.json | awk '!known[$0]++')
 for preset in "$@"; do
   [[ " ${presets[*]} " == *" $preset "* ]] ||
     fail "no preset \"$preset\"; there are: ${presets[*]}"
