@@ -13,17 +13,25 @@ list=debian/libqorutil0.symbols
 version=$(projectVersion)
 export LC_ALL=C
 
-# Builds the library and prints its path: build NAME SETTING...
-build() {
-  local folder=build/symbols/$1
+# Configures build/symbols/NAME: configure NAME SETTING...
+configure() {
+  local name=symbols/$1
   shift
-  prepareBuild "${folder#build/}"
-  if ! { cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
+  prepareBuild "$name"
+  cmake -S . -B "build/$name" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
     -DQORUTIL_BUILD_TESTS=OFF -DQORUTIL_BUILD_TOOLS=OFF \
-    -DQORUTIL_BUILD_EXAMPLES=OFF "$@" &&
-    cmake --build "$folder" --target qorutil; } >"$folder.log" 2>&1; then
-    tail -n 40 "$folder.log" >&2
-    fail "the build failed; see $folder.log"
+    -DQORUTIL_BUILD_EXAMPLES=OFF "$@"
+}
+
+# Builds the library in FOLDER, which COMMAND configures, and prints its path:
+# build FOLDER COMMAND...
+build() {
+  local folder=$1
+  shift
+  if ! { "$@" && cmake --build "$folder" --target qorutil; } \
+    >build/symbols/log 2>&1; then
+    tail -n 40 build/symbols/log >&2
+    fail "the build failed; see build/symbols/log"
   fi
   echo "$folder/src/libqorutil.so"
 }
@@ -51,16 +59,20 @@ if [[ $update == yes ]]; then
   scripts/packages.sh g++-arm-linux-gnueabihf g++-aarch64-linux-gnu
 fi
 
-library=$(build amd64)
+prepareBuild symbols
+library=$(build build/dev configureWithoutTests dev)
 note amd64 64 "$library"
 if command -v aarch64-linux-gnu-g++ >/dev/null; then
-  library=$(build arm64 "$(toolchain aarch64-linux-gnu)")
+  library=$(build build/symbols/arm64 configure arm64 \
+    "$(toolchain aarch64-linux-gnu)")
   note arm64 64 "$library"
 fi
 if command -v arm-linux-gnueabihf-g++ >/dev/null; then
-  library=$(build armhf "$(toolchain arm-linux-gnueabihf)")
+  library=$(build build/symbols/armhf configure armhf \
+    "$(toolchain arm-linux-gnueabihf)")
   note armhf 32 "$library"
-  library=$(build time64 "$(toolchain arm-linux-gnueabihf)" \
+  library=$(build build/symbols/time64 configure time64 \
+    "$(toolchain arm-linux-gnueabihf)" \
     -DCMAKE_CXX_FLAGS='-D_TIME_BITS=64 -D_FILE_OFFSET_BITS=64')
   note armel 32 "$library"
 fi
