@@ -27,7 +27,11 @@ fi
 
 scripts/packages.sh cmake g++ libgmock-dev libgtest-dev ninja-build python3 \
   strace
-strace -o /dev/null true 2>/dev/null || fail "strace may not trace here"
+if ! strace -o /dev/null true 2>/dev/null; then
+  [[ $short == yes ]] || fail "strace may not trace here"
+  echo "Skipped: strace may not trace here."
+  exit
+fi
 prepareBuild dev
 cmake --preset dev
 cmake --build --preset dev --target qorhex tools_qorhex_memory_test
