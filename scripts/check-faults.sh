@@ -5,7 +5,8 @@
 # system call with each error that it can have, a signal at every system call,
 # and 1,000 signals at random moments. Each output has to be whole then, the old
 # one or the new one, and nothing else may be left but after SIGKILL. With
-# --short a sample of them, in seconds. Needs strace, and to be allowed to trace.
+# --short a sample of them, in seconds. Needs strace, and to be allowed to trace;
+# where it is not, --short says so and ends well.
 #
 #   scripts/check-faults.sh [--short]
 

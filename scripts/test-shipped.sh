@@ -4,7 +4,7 @@
 # Tests library and qorhex as they are shipped, optimised: the test programs of
 # the debug build run with the shipped library in place of theirs, and the shipped
 # qorhex reads the real files. `scripts/test.sh release` compiles all tests anew
-# instead, those of internals too, and takes three times as long.
+# instead, those of internals too, and takes twice as long.
 
 # shellcheck source-path=SCRIPTDIR
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"

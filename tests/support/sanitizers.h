@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What a sanitizer makes different.
+// What a sanitizer makes different. The preset m32 defines the macro of g++:
+// its tests are compiled without what they are linked with.
 
 #ifndef QORUTIL_TESTS_SUPPORT_SANITIZERS_H
 #define QORUTIL_TESTS_SUPPORT_SANITIZERS_H

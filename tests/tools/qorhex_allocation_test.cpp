@@ -98,6 +98,7 @@ TEST_P(MemoryOfOutputs, AllAreOldOrAllAreNew) {
   const std::vector<std::string> paths{folder.path("a"), folder.path("b"),
                                        folder.path("c")};
   long oldOnes = 0;
+  bool lost = false;
   const long failures = failEveryAllocation(
       [&] {
         FilesInUse inUse({});
@@ -108,6 +109,8 @@ TEST_P(MemoryOfOutputs, AllAreOldOrAllAreNew) {
           });
         }
         outputs.write(inUse);
+        // Asked without memory: it may be about to fail.
+        lost = lost || ::access(paths[1].c_str(), F_OK) != 0;
       },
       [&](long leaked) {
         oldOnes += areOld() ? 1 : 0;
@@ -116,6 +119,7 @@ TEST_P(MemoryOfOutputs, AllAreOldOrAllAreNew) {
         prepare();
       });
   EXPECT_TRUE(areNew());
+  EXPECT_FALSE(lost);
   // What is in use is noted when all are in place.
   EXPECT_GT(oldOnes, 0);
   EXPECT_GT(failures, oldOnes);
